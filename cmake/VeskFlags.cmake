@@ -1,0 +1,16 @@
+# Warning and sanitizer flags shared by every target of the project.
+add_library(vesk_flags INTERFACE)
+target_compile_options(vesk_flags INTERFACE -Wall -Wextra)
+
+if(VESK_SANITIZE STREQUAL "address")
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(VESK_SANITIZE STREQUAL "thread")
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
+elseif(VESK_SANITIZE STREQUAL "fuzzer")
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(NOT VESK_SANITIZE STREQUAL "")
+  message(FATAL_ERROR "VESK_SANITIZE must be address, thread, fuzzer or empty")
+endif()
