@@ -1,0 +1,10 @@
+// Interim definitions so the class links; replaced by the real operations.
+#include "vesk/uri/uri"
+
+namespace Vesk {
+
+URI::StringProxy URI::ToStringUTF8Escaped() const { return StringProxy(); }
+bool URI::FromEncodedString(StringProxy, StringProxy) { return false; }
+URI::StringProxy URI::ToEncodedString(StringProxy) { return StringProxy(); }
+
+}  // namespace Vesk
