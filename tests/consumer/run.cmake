@@ -20,3 +20,23 @@ message(STATUS "${out}")
 if(rc)
   message(FATAL_ERROR "consumer run failed")
 endif()
+
+# The same program built with the flags pkg-config gives for the installed tree.
+find_program(PKG_CONFIG pkg-config REQUIRED)
+set(ENV{PKG_CONFIG_PATH} "${WORK_DIR}/prefix/lib/pkgconfig:${WORK_DIR}/prefix/lib/x86_64-linux-gnu/pkgconfig")
+execute_process(COMMAND ${PKG_CONFIG} --cflags --libs vesk OUTPUT_VARIABLE flags RESULT_VARIABLE rc
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(rc)
+  message(FATAL_ERROR "pkg-config does not know vesk")
+endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+execute_process(COMMAND c++ -std=c++17 ${SOURCE_DIR}/tests/consumer/main.cpp ${flags}
+                -o ${WORK_DIR}/consumer-pc RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "build with pkg-config flags failed: ${flags}")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${WORK_DIR}/prefix/lib" ${WORK_DIR}/consumer-pc
+                RESULT_VARIABLE rc)
+if(rc)
+  message(FATAL_ERROR "program built with pkg-config flags failed")
+endif()
