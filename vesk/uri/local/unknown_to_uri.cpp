@@ -1,0 +1,104 @@
+// Typed text of unknown kind into the URI it most likely means. A fixed chain
+// of textual guesses: the first that matches decides, and the order of the
+// guesses is the whole algorithm.
+#include <string>
+
+#include "vesk/uri/uri"
+
+namespace Vesk {
+
+namespace {
+
+// The bytes of `text` from `pos` on, at most `count` of them; what lies behind
+// the end of the text is empty.
+std::string Bytes(const std::string& text, size_t pos, size_t count) {
+  return pos >= text.size() ? std::string() : text.substr(pos, count);
+}
+
+// Schemes that, written with a colon and without "//", still make a URI and
+// not a colon path. Checked in this order against the text before the colon.
+const char* const kOpaqueSchemes[] = {
+    "mailto", "about", "res", "link", "draft", "veskbrowse", "veskinternal", "vesk", "connect", "javascript",
+};
+
+bool IsOpaqueScheme(const std::string& head) {
+  for (const char* word : kOpaqueSchemes) {
+    if (head == word) return true;
+  }
+  return false;
+}
+
+bool BeginsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }
+
+}  // namespace
+
+bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
+  if (text.empty()) return false;
+
+  // Windows forms: a drive (any byte before the colon will do), a server path.
+  const std::string at1 = Bytes(text, 1, 2);
+  const std::string at0 = Bytes(text, 0, 2);
+  if (at1 == ":\\" || at0 == "\\\\" || at1 == ":/" || at0 == "//") {
+    LocalPathToURIWin(text);
+    return true;
+  }
+
+  if (text[0] == '/') {
+    LocalPathToURIUnix(text);
+    return true;
+  }
+
+  if (text[0] == '\\') {
+    std::string slashed = text;
+    for (char& c : slashed) {
+      if (c == '\\') c = '/';
+    }
+    LocalPathToURIUnix(StringProxy(std::move(slashed)));
+    return true;
+  }
+
+  // A colon makes a colon path unless "://" or a known opaque scheme shows a
+  // URI; a host with a port and a colon in a query end up here as well.
+  const size_t colon = text.find(':');
+  if (colon != std::string::npos && Bytes(text, colon, 3) != "://" && !IsOpaqueScheme(text.substr(0, colon))) {
+    LocalPathToURIMac(text);
+    return true;
+  }
+
+  URI scratch(text);
+  bool accept = false;
+  if (!scratch.IsHierarchical()) {
+    // Text that did not validate leaves a blank, non-hierarchical URI.
+    if (scratch.GetScheme() == "unknown") return false;
+    accept = true;
+  } else {
+    const std::string scheme = scratch.GetScheme();
+    if (!scheme.empty() && scheme != "unknown") {
+      if (!scratch.GetAuthority().empty() || scheme == "file") {
+        accept = true;
+      } else if (scratch.GetPath().empty()) {
+        // A scheme and nothing else.
+        SetParts(StringProxy(scheme), StringProxy(), StringProxy(), StringProxy(), StringProxy(), StringProxy());
+        return false;
+      }
+    } else {
+      // Only a leading "./" or "../" makes a text relative; a bare word is a host.
+      const std::string path = scratch.GetPath();
+      accept = path == ".." || path == "." || BeginsWith(path, "../") || BeginsWith(path, "./");
+    }
+    if (!accept) {
+      if (!scratch.ParseURI(defaultScheme + "://" + text)) scratch.m_IsValid = false;
+      if (scratch.GetScheme().empty() || scratch.GetAuthority().empty()) {
+        SetParts(StringProxy("unknown"), StringProxy(), StringProxy(), StringProxy(), StringProxy(), StringProxy());
+        return false;
+      }
+      accept = true;
+    }
+  }
+
+  CopyURI(scratch);
+  ForceEscape();
+  return true;
+}
+
+}  // namespace Vesk
