@@ -1,8 +1,104 @@
-// Interim definitions so the class links; replaced by the real operations.
+// Moving a URI by a reference: the one place where references are resolved
+// against a base and where "." and ".." get their meaning.
+#include <string>
+#include <vector>
+
 #include "vesk/uri/uri"
 
 namespace Vesk {
 
-bool URI::ChDir(StringProxy, bool) { return true; }
+namespace {
+
+bool StartsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }
+
+}  // namespace
+
+bool URI::ChDir(StringProxy reference, bool escape) {
+  std::string ref = escape ? std::string(Escape(reference)) : std::string(reference);
+  if (ref.empty()) return true;
+
+  // A network-path reference keeps only the scheme: the whole object is
+  // parsed anew, which fails (leaving a blank URI) when there is no scheme.
+  if (StartsWith(ref, "//")) {
+    ParseURI(std::string(GetScheme()) + ":" + ref);
+    return true;
+  }
+
+  // A bare query is a move to the current directory that carries a query, so
+  // the file name goes as it does for any other merge.
+  if (ref[0] == '?') ref.insert(0, "./");
+
+  URI target;
+  target.ParseURI(ref);
+  // Absolute and non-hierarchical references, and references that do not
+  // parse (a blank target), replace the object outright.
+  if (!target.IsRelative() || !target.IsHierarchical()) {
+    CopyURI(target);
+    return true;
+  }
+
+  std::vector<std::string> ownSegments;
+  bool ownLeading = false;
+  bool ownTrailing = false;
+  SplitPath(GetPath(), ownSegments, ownLeading, ownTrailing);
+  const StringProxy targetPath = target.GetPath();
+  std::vector<std::string> targetSegments;
+  bool targetLeading = false;
+  bool targetTrailing = false;
+  SplitPath(targetPath, targetSegments, targetLeading, targetTrailing);
+
+  // A rooted path is taken as it stands, dots and doubled slashes included.
+  if (targetLeading) {
+    SetPath(targetPath);
+    SetQuery(target.GetQuery(true), true);
+    SetFragment(target.GetFragment());
+    return true;
+  }
+
+  // Only a fragment (or a bare "#", which clears it): path and query stay.
+  if (targetSegments.empty() && target.m_Query.empty()) {
+    SetFragment(target.GetFragment());
+    return true;
+  }
+
+  // Merge. Without a trailing slash the last segment is a file name and goes.
+  if (!ownTrailing && !ownSegments.empty()) ownSegments.pop_back();
+  SetQuery(target.GetQuery(true), true);
+  SetFragment(target.GetFragment());
+
+  // Dot removal over the merged list, the object's own segments included.
+  // Kept segments form a stack, so that removal costs constant time and long
+  // runs of ".." stay linear. `dot` tells whether the last step dealt with a
+  // "." or a "..".
+  std::vector<std::string> merged;
+  merged.reserve(ownSegments.size() + targetSegments.size());
+  bool dot = false;
+  auto step = [&](std::string& segment) {
+    if (segment == ".") {
+      dot = true;
+    } else if (segment == "..") {
+      dot = true;
+      if (!merged.empty()) {
+        if (merged.back() == "..") {
+          merged.push_back(std::move(segment));
+        } else {
+          merged.pop_back();
+        }
+      } else if (IsRelative()) {
+        // Past the start of a relative path the ".." stays; past the root of
+        // an absolute one it is dropped.
+        merged.push_back(std::move(segment));
+      }
+    } else {
+      dot = false;
+      merged.push_back(std::move(segment));
+    }
+  };
+  for (std::string& segment : ownSegments) step(segment);
+  for (std::string& segment : targetSegments) step(segment);
+
+  SetPath(JoinPath(merged, ownLeading, dot || targetTrailing));
+  return true;
+}
 
 }  // namespace Vesk

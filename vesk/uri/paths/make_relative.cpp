@@ -1,8 +1,46 @@
-// Interim definitions so the class links; replaced by the real operations.
+// Expressing an absolute URI as a path from the directory of a base.
+#include <string>
+#include <vector>
+
 #include "vesk/uri/uri"
 
 namespace Vesk {
 
-bool URI::MakeRelativeURI(const URI&, bool) { return false; }
+bool URI::MakeRelativeURI(const URI& base, bool caseSensitive) {
+  URI work(base);
+  const StringProxy path = GetPath();
+  const StringProxy query = GetQuery(true);
+  const StringProxy fragment = GetFragment();
+
+  if (IsRelative()) return true;
+  if (base.IsRelative()) return false;
+  if (!IsOfType(base.GetScheme())) return false;
+  if (static_cast<const std::string&>(base.GetAuthority()) != GetAuthority()) return false;
+
+  // The base's directory, without file name, query, fragment or dots.
+  work.ChDir(".", false);
+
+  std::vector<std::string> own;
+  bool ownLeading = false;
+  bool ownTrailing = false;
+  SplitPath(path, own, ownLeading, ownTrailing);
+  std::vector<std::string> from;
+  SplitPath(work.GetPath(), from);
+
+  size_t common = 0;
+  while (common < own.size() && common < from.size() &&
+         Compare(own[common], from[common], caseSensitive) == 0) {
+    ++common;
+  }
+
+  // Climb out of what is left of the base's directory, then descend.
+  std::vector<std::string> result(from.size() - common, "..");
+  result.insert(result.end(), own.begin() + static_cast<std::ptrdiff_t>(common), own.end());
+  std::string text = JoinPath(result, false, ownTrailing);
+  if (text.empty()) text = "./";
+
+  SetParts("", "", "", text, query, fragment);
+  return true;
+}
 
 }  // namespace Vesk

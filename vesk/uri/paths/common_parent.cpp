@@ -1,0 +1,42 @@
+// The deepest directory that holds two URIs.
+#include <string>
+
+#include "vesk/uri/uri"
+
+namespace Vesk {
+
+URI URI::GetCommonParent(const URI& other, bool caseSensitive) const {
+  URI climber = Resolve(*this);
+  URI fixed = Resolve(other);
+  if (climber.IsRelative() || fixed.IsRelative()) return URI();
+
+  // From here on both stand for directories: file names, queries and
+  // fragments are gone.
+  climber.ChDir(".", false);
+  fixed.ChDir(".", false);
+
+  // Only the first climbs, until it has reached or passed the second, or its
+  // own root. A URI that the "." has made relative (a blank or an "unknown:"
+  // one) has no root: climbing would only pile up "..", so it stays.
+  while (!climber.IsRelative()) {
+    const URIRelation relation = climber.GetRelation(fixed, caseSensitive);
+    if (relation == URIRelationSame || relation == URIRelationParent) break;
+    const StringProxy before = climber.ToString(false);
+    climber.ChDir("..", false);
+    if (static_cast<const std::string&>(climber.ToString(false)) == before) break;
+  }
+  return climber;
+}
+
+URI URI::GetCommonParentByString(StringProxy a, StringProxy b, bool caseSensitive) {
+  URI first(a);
+  URI second(b);
+  first = Resolve(first);
+  second = Resolve(second);
+  // The resolved second URI is not used further: the text is parsed anew and
+  // GetCommonParent resolves it itself.
+  const URI third(b);
+  return first.GetCommonParent(third, caseSensitive);
+}
+
+}  // namespace Vesk
