@@ -1,0 +1,26 @@
+#ifndef VESK_PLATFORM_TEXT_CONVERSION_SEAM_H_
+#define VESK_PLATFORM_TEXT_CONVERSION_SEAM_H_
+
+#include <unicode/ucnv.h>
+
+// The host calls that the text conversion service makes to open and close ICU
+// converters, gathered in one table so that a test can replace an entry (to
+// force a failing open, or to count closes) and put the original back.
+namespace Vesk {
+namespace Platform {
+
+struct ConverterHostCalls {
+  UConverter* (*open)(const char* name, UErrorCode* status);
+  void (*close)(UConverter* converter);
+};
+
+// The live table. Replacing an entry while other threads convert is not safe.
+ConverterHostCalls& HostCalls();
+
+// The table as it was at load: ICU's own functions.
+ConverterHostCalls DefaultHostCalls();
+
+}  // namespace Platform
+}  // namespace Vesk
+
+#endif  // VESK_PLATFORM_TEXT_CONVERSION_SEAM_H_
