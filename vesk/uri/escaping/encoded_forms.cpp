@@ -3,7 +3,6 @@
 
 namespace Vesk {
 
-URI::StringProxy URI::ToStringUTF8Escaped() const { return StringProxy(); }
 bool URI::FromEncodedString(StringProxy, StringProxy) { return false; }
 URI::StringProxy URI::ToEncodedString(StringProxy) { return StringProxy(); }
 

@@ -1,0 +1,167 @@
+// The reading half of percent-escaping: ParseHex, Unescape, QueryUnescape.
+#include "vesk/uri/uri"
+
+#include <cstring>
+
+#include "vesk/uri/escaping/hex.h"
+
+namespace Vesk {
+namespace uri_internal {
+
+namespace {
+
+// White space as the C locale's isspace sees it.
+inline bool IsCSpace(unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+inline int HexDigitValue(unsigned char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+}  // namespace
+
+int ScanHex(const char* digits, unsigned int& value) {
+  const auto* s = reinterpret_cast<const unsigned char*>(digits);
+  while (IsCSpace(*s)) ++s;
+  if (*s == 0) return -1;  // end of input before any conversion
+  bool negative = false;
+  if (*s == '+' || *s == '-') {
+    negative = *s == '-';
+    ++s;
+  }
+  bool sawDigit = false;
+  if (*s == '0') {
+    // "0x" is a prefix; with nothing readable behind it the "0" is the number.
+    sawDigit = true;
+    ++s;
+    if (*s == 'x' || *s == 'X') ++s;
+  }
+  unsigned long accumulated = 0;
+  for (int d; (d = HexDigitValue(*s)) >= 0; ++s) {
+    sawDigit = true;
+    accumulated = accumulated * 16 + static_cast<unsigned long>(d);
+  }
+  if (!sawDigit) return 0;
+  if (negative) accumulated = 0UL - accumulated;
+  value = static_cast<unsigned int>(accumulated);
+  return 1;
+}
+
+int ParseHexBytes(const char* text, size_t size, char& out) {
+  if (size != 3) {
+    // Only the first byte of the working copy matters. Closing the gaps left
+    // by spaces brings the first byte that is not a space to the front; when
+    // every byte is a space nothing moves. The empty text's first byte is its
+    // terminator.
+    if (size == 0) {
+      out = '\0';
+      return 1;
+    }
+    for (size_t i = 0; i < size; ++i) {
+      if (text[i] != ' ') {
+        out = text[i];
+        return 1;
+      }
+    }
+    out = ' ';
+    return 1;
+  }
+  // Three bytes: close the gaps left by spaces without shortening, so the
+  // bytes at the end stay where they were.
+  char work[4] = {text[0], text[1], text[2], '\0'};
+  if (work[0] == ' ' || work[1] == ' ' || work[2] == ' ') {
+    size_t w = 0;
+    for (size_t i = 0; i < 3; ++i) {
+      if (text[i] != ' ') work[w++] = text[i];
+    }
+  }
+  if (work[0] != '%') {
+    out = work[0];
+    return 1;
+  }
+  unsigned int value = 0;  // the byte given for end of input: NUL
+  const int scanned = ScanHex(work + 1, value);
+  if (scanned == 0) {
+    out = '%';
+    return 1;
+  }
+  out = static_cast<char>(value & 0xFFu);
+  return 3;
+}
+
+}  // namespace uri_internal
+
+int URI::ParseHex(const std::string& escape, char& out) {
+  return uri_internal::ParseHexBytes(escape.data(), escape.size(), out);
+}
+
+namespace {
+
+// Reads the escape at `p` (three bytes, the first a '%'). The common case of
+// two hexadecimal digits is decided here; everything else takes the general
+// reading.
+inline int ReadEscape(const char* p, char& out) {
+  static constexpr signed char kHex[256] = {
+#define N -1
+      N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+      N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, N, N, N, N, N, N,
+      N, 10, 11, 12, 13, 14, 15, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+      N, 10, 11, 12, 13, 14, 15, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+      N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+      N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+      N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+      N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
+#undef N
+  };
+  const int hi = kHex[static_cast<unsigned char>(p[1])];
+  const int lo = kHex[static_cast<unsigned char>(p[2])];
+  if ((hi | lo) >= 0) {
+    out = static_cast<char>(hi * 16 + lo);
+    return 3;
+  }
+  return uri_internal::ParseHexBytes(p, 3, out);
+}
+
+}  // namespace
+
+URI::StringProxy URI::Unescape(StringProxy text, bool highBytesOnly) {
+  const char* const data = text.data();
+  const size_t size = text.size();
+  const void* hit = size != 0 ? std::memchr(data, '%', size) : nullptr;
+  if (hit == nullptr) return text;
+  size_t p = static_cast<size_t>(static_cast<const char*>(hit) - data);
+  if (size - p < 3) return text;
+
+  std::string out;
+  out.reserve(size);
+  size_t copied = 0;
+  while (true) {
+    char c;
+    const size_t n = static_cast<size_t>(ReadEscape(data + p, c));
+    if (highBytesOnly && static_cast<signed char>(c) >= 0) {
+      out.append(data + copied, p + n - copied);
+    } else {
+      out.append(data + copied, p - copied);
+      out.push_back(c);
+    }
+    copied = p + n;
+    if (copied >= size) break;
+    hit = std::memchr(data + copied, '%', size - copied);
+    if (hit == nullptr) break;
+    p = static_cast<size_t>(static_cast<const char*>(hit) - data);
+    if (size - p < 3) break;
+  }
+  out.append(data + copied, size - copied);
+  return StringProxy(std::move(out));
+}
+
+URI::StringProxy URI::QueryUnescape(StringProxy text) {
+  for (char& c : text) {
+    if (c == '+') c = ' ';
+  }
+  return Unescape(std::move(text), false);
+}
+
+}  // namespace Vesk
