@@ -1,9 +1,85 @@
-// Interim definitions so the class links; replaced by the real operations.
+// URIs whose non-ASCII text is in a legacy charset: reading them into the
+// escaped UTF-8 form the class keeps, and writing them back out.
+#include <string>
+
+#include "vesk/encoding/transcoder"
 #include "vesk/uri/uri"
 
 namespace Vesk {
 
-bool URI::FromEncodedString(StringProxy, StringProxy) { return false; }
-URI::StringProxy URI::ToEncodedString(StringProxy) { return StringProxy(); }
+URI::StringProxy URI::ToEncodedString(StringProxy encoding) {
+  return StringProxy(Transcoder::UTF8ToEncoding(ToStringUTF8(), encoding));
+}
+
+bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
+  if (text.empty()) return true;
+  // `out` gathers legacy bytes: UTF-8 stretches converted to the encoding and
+  // escapes decoded to the bytes they stand for, so that a character escaped
+  // byte by byte (or half escaped) is read back as one character at the end.
+  std::string out;
+  size_t pos = 0;  // start of what is left to do
+  const size_t size = text.size();
+  while (pos < size) {
+    const size_t percent = text.find('%', pos);
+    const size_t left = size - pos;
+    if (percent != pos) {
+      if (percent == std::string::npos || left < 3) break;
+      const std::string head = text.substr(pos, percent - pos);
+      const std::string converted = Transcoder::UTF8ToEncoding(head, encoding);
+      if (converted.empty()) return false;  // head is never empty here
+      out += converted;
+      pos = percent;
+      continue;
+    }
+    if (left < 3) break;
+    // A malformed group such as "%zz" comes back unchanged: three bytes.
+    out += Unescape(StringProxy(text.substr(pos, 3)), false);
+    pos += 3;
+  }
+  if (pos < size) {
+    const std::string converted = Transcoder::UTF8ToEncoding(text.substr(pos), encoding);
+    if (converted.empty()) return false;
+    out += converted;
+  }
+  // The read-back is not checked: a failure here leaves an empty text.
+  text = Transcoder::EncodingToUTF8(out, encoding);
+  return true;
+}
+
+bool URI::FromEncodedString(StringProxy text, StringProxy encoding) {
+  if (!ParseURI(Transcoder::EncodingToUTF8(text, encoding))) m_IsValid = false;
+
+  // Each field is read as it stands at its turn, since the setters before it
+  // may have re-derived the flags or cleared other fields.
+  bool ok = true;
+  auto pass = [&](const std::string& field, auto store) {
+    if (!ok) return;
+    std::string value = field;
+    if (!NormalizeEncoding(value, encoding)) {
+      ok = false;
+      return;
+    }
+    store(StringProxy(std::move(value)));
+  };
+
+  if (m_IsHierarchical) {
+    pass(m_Scheme, [this](StringProxy v) { SetScheme(std::move(v)); });
+    pass(m_Server, [this](StringProxy v) { SetAuthority(std::move(v)); });
+    pass(m_Port, [this](StringProxy v) { SetServerPort(std::move(v)); });
+    pass(m_Path, [this](StringProxy v) { SetPath(std::move(v)); });
+    pass(m_Username, [this](StringProxy v) { SetUsername(std::move(v)); });
+    pass(m_Password, [this](StringProxy v) { SetPassword(std::move(v)); });
+  } else {
+    pass(m_NonHierarchical, [this](StringProxy v) { SetNonHierarchical(std::move(v)); });
+  }
+  pass(m_Query, [this](StringProxy v) { SetQuery(std::move(v), true); });
+  pass(m_Fragment, [this](StringProxy v) { SetFragment(std::move(v)); });
+
+  if (!ok) {
+    Initialize();
+    return false;
+  }
+  return true;
+}
 
 }  // namespace Vesk
