@@ -53,7 +53,9 @@ bool SameState(const URI& a, const URI& b) {
 // must end alike, except where the object is to stay unchanged.
 void check(const Row& row) {
   SCOPED_TRACE(std::string("UnknownToURI(\"") + row.input + "\", \"" + row.defaultScheme + "\")");
-  const char* const previous = "ftp://old:pw@oldhost:21/old/path?oq#of";
+  // No user information: a path conversion would keep it (the conversions'
+  // own tests show that).
+  const char* const previous = "ftp://oldhost:21/old/path?oq#of";
   const URI before(previous);
   RecordingURI fresh;
   RecordingURI used(previous);
