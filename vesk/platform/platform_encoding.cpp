@@ -1,0 +1,101 @@
+// Strict 8-bit conversion for the platform objects. Converters are opened per
+// call through the ICU name of the text conversion service's id; ASCII has an
+// id of its own that the service need not know.
+#include "vesk/platform/platform_encoding.h"
+
+#include <memory>
+
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_err.h>
+
+#include "vesk/platform/cfstring"
+#include "vesk/platform/locale_facts"
+#include "vesk/platform/text_conversion"
+
+namespace Vesk {
+namespace Platform {
+namespace {
+
+struct ConverterCloser {
+  void operator()(UConverter* c) const { ucnv_close(c); }
+};
+using ConverterPtr = std::unique_ptr<UConverter, ConverterCloser>;
+
+ConverterPtr OpenStrictNamed(const char* name) {
+  UErrorCode status = U_ZERO_ERROR;
+  ConverterPtr converter(ucnv_open(name, &status));
+  if (U_FAILURE(status) || !converter) return nullptr;
+  ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  if (U_FAILURE(status)) return nullptr;
+  return converter;
+}
+
+// A strict converter for an id, or null.
+ConverterPtr OpenStrict(unsigned long encoding) {
+  encoding = ResolveEncoding(encoding);
+  std::string name;
+  if (encoding == kEncodingASCII) {
+    name = "US-ASCII";
+  } else {
+    unsigned char prefixed[256];
+    if (TextEncodingInternetName(encoding, prefixed) != kConversionOK || prefixed[0] == 0) return nullptr;
+    name.assign(reinterpret_cast<const char*>(prefixed + 1), prefixed[0]);
+    if (name == "utf-16") return nullptr;  // not an 8-bit encoding
+  }
+  return OpenStrictNamed(name.c_str());
+}
+
+bool Decode(UConverter* converter, const char* bytes, std::size_t count, std::u16string& units) {
+  units.assign(count * 2 + 2, u'\0');  // enough for any 8-bit encoding ICU has
+  UErrorCode status = U_ZERO_ERROR;
+  UChar* target = reinterpret_cast<UChar*>(&units[0]);
+  UChar* const start = target;
+  const char* source = bytes;
+  ucnv_toUnicode(converter, &target, start + units.size(), &source, bytes + count, nullptr, true, &status);
+  if (U_FAILURE(status)) return false;
+  units.resize(static_cast<std::size_t>(target - start));
+  return true;
+}
+
+bool Encode(UConverter* converter, const unsigned short* units, std::size_t count, std::string& bytes) {
+  bytes.assign(count * static_cast<std::size_t>(ucnv_getMaxCharSize(converter)) + 16, '\0');
+  UErrorCode status = U_ZERO_ERROR;
+  char* target = &bytes[0];
+  char* const start = target;
+  const UChar* source = reinterpret_cast<const UChar*>(units);
+  ucnv_fromUnicode(converter, &target, start + bytes.size(), &source, source + count, nullptr, true, &status);
+  if (U_FAILURE(status)) return false;
+  bytes.resize(static_cast<std::size_t>(target - start));
+  return true;
+}
+
+}  // namespace
+
+unsigned long ResolveEncoding(unsigned long encoding) {
+  if (encoding != kApplicationEncoding) return encoding;
+  return ApplicationTextEncoding();
+}
+
+bool DecodeBytes(const char* bytes, std::size_t count, unsigned long encoding, std::u16string& units) {
+  ConverterPtr converter = OpenStrict(encoding);
+  return converter && Decode(converter.get(), bytes, count, units);
+}
+
+bool EncodeUnits(const unsigned short* units, std::size_t count, unsigned long encoding, std::string& bytes) {
+  ConverterPtr converter = OpenStrict(encoding);
+  return converter && Encode(converter.get(), units, count, bytes);
+}
+
+bool DecodeBytesNamed(const char* bytes, std::size_t count, const char* name, std::u16string& units) {
+  ConverterPtr converter = OpenStrictNamed(name);
+  return converter && Decode(converter.get(), bytes, count, units);
+}
+
+bool EncodeUnitsNamed(const unsigned short* units, std::size_t count, const char* name, std::string& bytes) {
+  ConverterPtr converter = OpenStrictNamed(name);
+  return converter && Encode(converter.get(), units, count, bytes);
+}
+
+}  // namespace Platform
+}  // namespace Vesk
