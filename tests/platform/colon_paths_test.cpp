@@ -1,0 +1,84 @@
+#include "vesk/platform/colon_paths"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Puts the host settings back after each test, whatever it changed.
+class ColonPaths : public ::testing::Test {
+ protected:
+  void SetUp() override { Vesk::ResetColonPathVolumes(); }
+  void TearDown() override { Vesk::ResetColonPathVolumes(); }
+
+  static std::string Convert(const std::string& posix) { return Vesk::GetColonPathService().ToColonPath(posix); }
+};
+
+TEST_F(ColonPaths, OnTheRootVolume) {
+  struct Row {
+    const char* posix;
+    const char* colon;
+  } rows[] = {
+      {"/usr/a", "Root:usr:a"},
+      {"/", "Root:"},
+      {"", "Root:"},
+      {"/usr/", "Root:usr:"},
+      {"//usr//a", "Root:usr:a"},
+      {"/a/./b/../c", "Root:a:c"},
+      {"/../../x", "Root:x"},
+      {"/a/..", "Root:"},
+      {"/a:b/c", "Root:a/b:c"},
+      {"/a b/caf\xC3\xA9", "Root:a b:caf\xC3\xA9"},
+      {"rel/x", "Root:rel:x"},
+      {"/a\xFF", "Root:a\xFF"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << "\"" << row.posix << "\"";
+}
+
+TEST_F(ColonPaths, RootVolumeNameIsAHostSetting) {
+  EXPECT_EQ(Vesk::GetColonPathRootVolume(), Vesk::kDefaultColonPathRootVolume);
+  Vesk::SetColonPathRootVolume("System Disk");
+  EXPECT_EQ(Convert("/usr/a"), "System Disk:usr:a");
+  Vesk::SetColonPathVolume("/", "Other");
+  EXPECT_EQ(Vesk::GetColonPathRootVolume(), "Other");
+  Vesk::SetColonPathVolume("/", "");
+  EXPECT_EQ(Vesk::GetColonPathRootVolume(), "Root");
+}
+
+TEST_F(ColonPaths, DeclaredVolumesTakeTheLongestMountPoint) {
+  Vesk::SetColonPathVolume("/media/usb", "Stick");
+  Vesk::SetColonPathVolume("/media/usb/inner/", "Inner");
+  Vesk::SetColonPathVolume("/srv", "Data");
+  struct Row {
+    const char* posix;
+    const char* colon;
+  } rows[] = {
+      {"/media/usb/a.txt", "Stick:a.txt"},
+      {"/media/usb", "Stick:"},
+      {"/media/usb/", "Stick:"},
+      {"/media/usbx/a", "Root:media:usbx:a"},
+      {"/media/usb/inner/x", "Inner:x"},
+      {"/media/usb/inner/../y", "Stick:y"},
+      {"/srv/a/b/", "Data:a:b:"},
+      {"/media", "Root:media"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << row.posix;
+  Vesk::SetColonPathVolume("/srv", "");
+  EXPECT_EQ(Convert("/srv/a"), "Root:srv:a");
+}
+
+class Upper : public Vesk::ColonPathService {
+ public:
+  std::string ToColonPath(const std::string& posixPath) const override { return "UP" + posixPath; }
+};
+
+TEST_F(ColonPaths, ServiceCanBeReplaced) {
+  Upper upper;
+  EXPECT_EQ(Vesk::SetColonPathService(&upper), nullptr);
+  EXPECT_EQ(Convert("/a"), "UP/a");
+  EXPECT_EQ(Vesk::SetColonPathService(nullptr), &upper);
+  EXPECT_EQ(Convert("/a"), "Root:a");
+}
+
+}  // namespace
