@@ -1,0 +1,142 @@
+// Runs the vesk tool's query and encode commands (and parse with a charset)
+// as a user would, and checks what they print.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+extern char** environ;
+
+namespace {
+
+struct Result {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// The tool run with `args` (no shell in between) and `input` on stdin.
+Result Vesk(const std::vector<std::string>& args, const std::string& input = "") {
+  char dir[] = "/tmp/vesk_query_tool_XXXXXX";
+  Result result;
+  if (mkdtemp(dir) == nullptr) return result;
+  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out", err = std::string(dir) + "/err";
+  std::ofstream(in, std::ios::binary) << input;
+  std::vector<std::string> store = {VESK_TOOL_PATH};
+  store.insert(store.end(), args.begin(), args.end());
+  std::vector<char*> argv;
+  for (std::string& a : store) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  pid_t pid = 0;
+  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
+    int wstatus = 0;
+    waitpid(pid, &wstatus, 0);
+    result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
+  }
+  posix_spawn_file_actions_destroy(&actions);
+  result.out = Slurp(out);
+  result.err = Slurp(err);
+  std::filesystem::remove_all(dir);
+  return result;
+}
+
+struct ToolCase {
+  std::vector<std::string> args;
+  std::string input;  // standard input
+  int status;
+  std::string out;
+};
+
+void check(const ToolCase& row) {
+  std::string line;
+  for (const auto& a : row.args) line += a + " ";
+  SCOPED_TRACE(line);
+  const Result r = Vesk(row.args, row.input);
+  EXPECT_EQ(r.status, row.status);
+  EXPECT_EQ(r.out, row.out);
+  if (row.status == 0) {
+    EXPECT_EQ(r.err, "");
+  } else {
+    // One line naming the problem.
+    ASSERT_FALSE(r.err.empty());
+    EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << r.err;
+  }
+}
+
+TEST(ToolQuery, Table) {
+  const ToolCase rows[] = {
+      {{"query", "http://h/?b=2&a=1+x&c"}, "", 0, "a\t1 x\nb\t2\nc\t\n"},
+      {{"query", "http://h/p"}, "", 0, ""},
+      {{"query"}, "http://h/?x=1\nhttp://h/?y=%C3%A9\n", 0, "x\t1\ny\t\xC3\xA9\n"},
+      {{"query", "--get", "a", "http://h/?a=b=c"}, "", 0, "b=c\n"},
+      {{"query", "--get", "a", "http://h/?a"}, "", 0, "\n"},
+      {{"query", "--get", "A", "http://h/?a=1"}, "", 1, ""},
+      {{"query", "--set", "m=x y", "--set", "a=9", "http://h/?z=1&a=2#f"}, "", 0, "http://h/?a=9&m=x%20y&z=1#f\n"},
+      {{"query", "--set", "k=a&b=c", "http://h/"}, "", 0, "http://h/?k=a%26b%3Dc\n"},
+      {{"query", "--set", "novalue", "http://h/"}, "", 1, ""},
+      {{"query", "a\\b"}, "", 1, ""},
+      {{"query", "a\\b", "http://h/?k=v"}, "", 1, "k\tv\n"},
+  };
+  for (const auto& row : rows) check(row);
+}
+
+TEST(ToolQuery, Json) {
+  const Result map = Vesk({"query", "--json", "http://h/?a=1&b=%C3%A9&a=2"});
+  ASSERT_EQ(map.status, 0);
+  const auto m = nlohmann::json::parse(map.out);
+  EXPECT_EQ(m["uri"], "http://h/?a=1&b=%C3%A9&a=2");
+  EXPECT_EQ(m["query"], (nlohmann::json{{"a", "2"}, {"b", "\xC3\xA9"}}));
+
+  const Result got = Vesk({"query", "--json", "--get", "b", "http://h/?b=1"});
+  ASSERT_EQ(got.status, 0);
+  const auto g = nlohmann::json::parse(got.out);
+  EXPECT_EQ(g["present"], true);
+  EXPECT_EQ(g["value"], "1");
+
+  const Result set = Vesk({"query", "--json", "--set", "b=2", "http://h/?a"});
+  ASSERT_EQ(set.status, 0);
+  EXPECT_EQ(nlohmann::json::parse(set.out)["result"], "http://h/?a=&b=2");
+}
+
+TEST(ToolEncode, Table) {
+  const ToolCase rows[] = {
+      {{"encode", "--charset", "iso-8859-1", "http://x/caf%C3%A9"}, "", 0, "http://x/caf\xE9\n"},
+      {{"encode", "--charset", "iso-8859-1", "http://x/a%20b%41"}, "", 0, "http://x/a%20b%41\n"},
+      {{"encode", "--charset", "shift_jis", "http://x/%E8%A1%A8?%E3%83%86"}, "", 0, "http://x/\x95\x5C?\x83\x65\n"},
+      {{"encode", "--charset", "shift_jis"}, "http://x/\xE3\x83\x86\nhttp://y/\n", 0, "http://x/\x83\x65\nhttp://y/\n"},
+      {{"encode", "--charset", "iso-8859-1", "%E2%82%AC"}, "", 1, ""},
+      {{"encode", "--charset", "no-such-charset", "http://x/"}, "", 1, ""},
+      {{"encode", "--charset", "iso-8859-1", "a\\b"}, "", 1, ""},
+  };
+  for (const auto& row : rows) check(row);
+
+  const Result json = Vesk({"encode", "--json", "--charset", "iso-8859-1", "http://x/%C3%A9"});
+  ASSERT_EQ(json.status, 0);
+  EXPECT_EQ(nlohmann::json::parse(json.out)["hex"], "687474703a2f2f782fe9");
+  // The charset is required.
+  EXPECT_NE(Vesk({"encode", "http://x/"}).status, 0);
+}
+
+}  // namespace
