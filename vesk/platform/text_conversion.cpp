@@ -34,7 +34,7 @@ namespace {
 
 constexpr TextEncoding kFirstRegisteredId = 0x10000;
 
-ConverterHostCalls gHostCalls = {&ucnv_open, &ucnv_close};
+ConverterHostCalls gHostCalls = {&ucnv_open, &ucnv_close, &ucnv_getCanonicalName};
 
 // Ids of the canonical converters seen so far, and a cache of the names asked
 // for. Names are kept for the life of the process.
@@ -92,7 +92,7 @@ const char* IcuNameOf(TextEncoding id) {
 const char* CanonicalForInternetName(const char* name) {
   for (const char* standard : {"MIME", "IANA"}) {
     UErrorCode status = U_ZERO_ERROR;
-    const char* canonical = ucnv_getCanonicalName(name, standard, &status);
+    const char* canonical = HostCalls().canonical_name(name, standard, &status);
     if (U_SUCCESS(status) && canonical != nullptr && *canonical != '\0') return canonical;
   }
   return nullptr;
@@ -155,7 +155,7 @@ void FromUnicodeFallbackOrStop(const void* context, UConverterFromUnicodeArgs* a
 
 ConverterHostCalls& HostCalls() { return gHostCalls; }
 
-ConverterHostCalls DefaultHostCalls() { return {&ucnv_open, &ucnv_close}; }
+ConverterHostCalls DefaultHostCalls() { return {&ucnv_open, &ucnv_close, &ucnv_getCanonicalName}; }
 
 TextEncoding UnicodeTextEncoding(unsigned base, unsigned variant, unsigned format) {
   return (static_cast<TextEncoding>(format & 0x3Fu) << 26) |

@@ -3,15 +3,18 @@
 
 #include <unicode/ucnv.h>
 
-// The host calls that the text conversion service makes to open and close ICU
-// converters, gathered in one table so that a test can replace an entry (to
-// force a failing open, or to count closes) and put the original back.
+// The host calls that the text conversion service makes to look up names and
+// to open and close ICU converters, gathered in one table so that a test can
+// replace an entry (to force a failing open, count closes, or see the names
+// asked for) and put the original back.
 namespace Vesk {
 namespace Platform {
 
 struct ConverterHostCalls {
   UConverter* (*open)(const char* name, UErrorCode* status);
   void (*close)(UConverter* converter);
+  // The canonical converter of a name in one standard's alias list.
+  const char* (*canonical_name)(const char* alias, const char* standard, UErrorCode* status);
 };
 
 // The live table. Replacing an entry while other threads convert is not safe.

@@ -1,0 +1,480 @@
+#include "vesk/encoding/transcoder"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "vesk/encoding/start_stop.h"
+#include "vesk/encoding/transcoder_internal.h"
+#include "vesk/platform/locale_facts"
+#include "vesk/platform/text_conversion"
+#include "vesk/platform/text_conversion_seam.h"
+
+namespace {
+
+using Vesk::Transcoder;
+using Wide = std::basic_string<unsigned short>;
+using Vesk::TranscoderView::Contents;
+using Vesk::TranscoderView::Entry;
+using Vesk::TranscoderView::Pool;
+
+Wide W(const std::u16string& text) { return Wide(text.begin(), text.end()); }
+
+std::string Hex(const std::string& bytes) {
+  std::string out;
+  char part[4];
+  for (unsigned char c : bytes) {
+    std::snprintf(part, sizeof part, "%02X ", c);
+    out += part;
+  }
+  return out;
+}
+
+std::string HexW(const Wide& text) {
+  std::string out;
+  char part[6];
+  for (unsigned short c : text) {
+    std::snprintf(part, sizeof part, "%04X ", c);
+    out += part;
+  }
+  return out;
+}
+
+unsigned long Id(const std::string& name) { return Vesk::EncodingToCharSetID(name); }
+
+// UTF-8 of one code point, written out by hand as the reference.
+std::string Utf8Of(unsigned cp) {
+  std::string out;
+  if (cp < 0x80) {
+    out += static_cast<char>(cp);
+  } else if (cp < 0x800) {
+    out += static_cast<char>(0xC0 | (cp >> 6));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else if (cp < 0x10000) {
+    out += static_cast<char>(0xE0 | (cp >> 12));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | (cp >> 18));
+    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+    out += static_cast<char>(0x80 | (cp & 0x3F));
+  }
+  return out;
+}
+
+// Empties the pools before a test that looks at them, and restores the host
+// locale and the host calls afterwards.
+class Pools : public ::testing::Test {
+ protected:
+  void SetUp() override { Vesk::TranscoderView::DisposeIdleConverters(); }
+  void TearDown() override {
+    Vesk::Platform::HostCalls() = Vesk::Platform::DefaultHostCalls();
+    Vesk::Platform::SetHostLocale("");
+    Vesk::TranscoderView::DisposeIdleConverters();
+  }
+};
+
+// ---------------------------------------------------------------------------
+// Names to ids
+
+TEST(EncodingToCharSetID, NamesOfOneEncodingGiveOneId) {
+  struct Row {
+    const char* name;
+    const char* same_as;
+  };
+  const Row rows[] = {
+      {"UTF-8", "utf-8"},       {"Utf-8", "utf-8"},         {"UNICODE", "utf-16"},
+      {"Unicode", "utf-16"},    {"UTF-7", "utf-7"},         {"Shift_JIS", "shift_jis"},
+      {"SHIFT_JIS", "shift_jis"}, {"ISO-8859-1", "iso-8859-1"}, {"latin1", "iso-8859-1"},
+      {"EUC-JP", "euc-jp"},     {"utf8", "utf-8"},          {"csShiftJIS", "shift_jis"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Id(row.name), Id(row.same_as)) << row.name;
+  }
+  EXPECT_NE(Id("utf-8"), Id("utf-16"));
+  EXPECT_NE(Id("utf-7"), Id("utf-16"));
+  EXPECT_NE(Id("shift_jis"), Id("iso-8859-1"));
+  EXPECT_EQ(Id("utf-16"), Vesk::Platform::UnicodeTextEncoding(256, 0, 0));
+  EXPECT_EQ(Id("utf-7"), Vesk::Platform::UnicodeTextEncoding(256, 0, 1));
+  EXPECT_EQ(Id("utf-8"), Vesk::Platform::UnicodeTextEncoding(256, 0, 2));
+}
+
+TEST(EncodingToCharSetID, UnknownNamesGiveAnIdWithoutConverter) {
+  for (const std::string& name : {std::string(), std::string("no-such-charset"), std::string("x\0y", 3),
+                                  std::string(255, 'a'), std::string(256, 'b'), std::string(1000, 'c')}) {
+    const unsigned long id = Id(name);
+    EXPECT_FALSE(Vesk::Platform::CanConvertTextEncoding(id)) << name.size();
+    EXPECT_TRUE(Transcoder::IsValidEncoding(name)) << name.size();
+  }
+}
+
+// The host sees at most 255 bytes of the name.
+std::vector<std::string>* gAskedNames;
+const char* RecordingCanonicalName(const char* alias, const char* standard, UErrorCode* status) {
+  gAskedNames->push_back(alias);
+  return Vesk::Platform::DefaultHostCalls().canonical_name(alias, standard, status);
+}
+
+TEST_F(Pools, LongNamesAreCutTo255Bytes) {
+  std::vector<std::string> asked;
+  gAskedNames = &asked;
+  Vesk::Platform::HostCalls().canonical_name = &RecordingCanonicalName;
+  const std::string name = "cut-me-" + std::string(293, 'q');
+  Id(name);
+  ASSERT_FALSE(asked.empty());
+  for (const std::string& seen : asked) EXPECT_EQ(seen, name.substr(0, 255));
+  EXPECT_EQ(Transcoder::UTF8ToEncoding("abc", name), "");
+}
+
+TEST(IsValidEncoding, EveryNameCounts) {
+  for (const char* name : {"utf-8", "shift_jis", "no-such-charset", "", "\xFF\xFE"}) {
+    EXPECT_TRUE(Transcoder::IsValidEncoding(name)) << name;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Conversions
+
+struct Case {
+  const char* encoding;
+  std::u16string text;
+  std::string bytes;
+};
+
+TEST(UTF16ToEncoding, KnownCharacterSets) {
+  const Case cases[] = {
+      {"iso-8859-1", u"caf\u00e9", "caf\xE9"},
+      {"windows-1252", u"\u20ac5", "\x80" "5"},
+      {"shift_jis", u"\u65e5\u672c\u8a9e", "\x93\xFA\x96\x7B\x8C\xEA"},
+      {"euc-jp", u"\u65e5\u672c", "\xC6\xFC\xCB\xDC"},
+      {"euc-kr", u"\ud55c", "\xC7\xD1"},
+      {"iso-2022-jp", u"a\u65e5b", "a\x1B$BF|\x1B(Bb"},
+      {"utf-8", u"\u00e9\U0001F600", "\xC3\xA9\xF0\x9F\x98\x80"},
+      {"utf-16be", u"A\u00e9", std::string("\0A\0\xE9", 4)},
+      {"utf-7", u"a\u00e9", "a+AOk-"},
+      {"us-ascii", u"plain", "plain"},
+      {"koi8-r", u"\u043c\u0438\u0440", "\xCD\xC9\xD2"},
+  };
+  for (const Case& c : cases) {
+    const std::string out = Transcoder::UTF16ToEncoding(W(c.text), c.encoding);
+    EXPECT_EQ(Hex(out), Hex(c.bytes)) << c.encoding;
+    EXPECT_EQ(HexW(Transcoder::EncodingToUTF16(c.bytes, c.encoding)), HexW(W(c.text))) << c.encoding;
+    // The two-stage forms agree with the one-stage ones.
+    const std::string utf8 = Transcoder::asUTF8(W(c.text));
+    EXPECT_EQ(Hex(Transcoder::UTF8ToEncoding(utf8, c.encoding)), Hex(c.bytes)) << c.encoding;
+    EXPECT_EQ(Hex(Transcoder::EncodingToUTF8(c.bytes, c.encoding)), Hex(utf8)) << c.encoding;
+  }
+}
+
+TEST(asUTF16, NamesOfOneOperationAgree) {
+  for (const std::string& text : {std::string(), std::string("a"), std::string("gr\xC3\xBC\xC3\x9F"),
+                                  std::string("\xE6\x97\xA5\xE6\x9C\xAC"), std::string("\xF0\x9F\x98\x80")}) {
+    const Wide wide = Transcoder::asUTF16(text);
+    EXPECT_EQ(wide, Transcoder::UTF8ToUTF16(text));
+    EXPECT_EQ(wide, Transcoder::EncodingToUTF16(text, "utf-8"));
+    EXPECT_EQ(Transcoder::asUTF8(wide), text);
+    EXPECT_EQ(Transcoder::UTF16ToUTF8(wide), text);
+    // Even UTF-8 to UTF-8 goes through the service, twice.
+    EXPECT_EQ(Transcoder::UTF8ToEncoding(text, "utf-8"), text);
+    EXPECT_EQ(Transcoder::EncodingToUTF8(text, "UTF-8"), text);
+  }
+}
+
+TEST(asUTF8, EveryCodeUnitAndSomePairs) {
+  for (unsigned unit = 0; unit < 0x10000; ++unit) {
+    if (unit >= 0xD800 && unit < 0xE000) continue;
+    const Wide wide(1, static_cast<unsigned short>(unit));
+    const std::string utf8 = Transcoder::asUTF8(wide);
+    ASSERT_EQ(Hex(utf8), Hex(Utf8Of(unit))) << "U+" << std::hex << unit;
+    ASSERT_EQ(Transcoder::asUTF16(utf8), wide) << "U+" << std::hex << unit;
+  }
+  for (unsigned cp = 0x10000; cp <= 0x10FFFF; cp += 0x1111) {
+    const Wide wide = {static_cast<unsigned short>(0xD800 + ((cp - 0x10000) >> 10)),
+                       static_cast<unsigned short>(0xDC00 + ((cp - 0x10000) & 0x3FF))};
+    ASSERT_EQ(Hex(Transcoder::asUTF8(wide)), Hex(Utf8Of(cp))) << std::hex << cp;
+    ASSERT_EQ(Transcoder::asUTF16(Utf8Of(cp)), wide) << std::hex << cp;
+  }
+}
+
+// Outputs around the 512- and 1024-byte buffers, and characters straddling
+// their edges, come out whole.
+TEST(asUTF8, TextsFillingTheBufferManyTimesComeOutWhole) {
+  const std::u16string pieces[] = {u"a", u"\u00e9", u"\u65e5", u"\U0001F600"};
+  for (const std::u16string& piece : pieces) {
+    for (size_t count : {1u, 169u, 170u, 171u, 255u, 256u, 257u, 511u, 512u, 513u, 1023u, 1024u,
+                         1025u, 5000u}) {
+      std::u16string text;
+      for (size_t i = 0; i < count; ++i) text += piece;
+      const std::string utf8 = Transcoder::asUTF8(W(text));
+      std::string expected;
+      for (size_t i = 0; i < count; ++i) expected += Transcoder::asUTF8(W(piece));
+      ASSERT_EQ(utf8, expected) << count;
+      ASSERT_EQ(Transcoder::asUTF16(utf8), W(text)) << count;
+      // An offset of one byte moves every edge.
+      ASSERT_EQ(Transcoder::asUTF8(Transcoder::asUTF16("x" + utf8)), "x" + utf8) << count;
+    }
+  }
+}
+
+TEST(UTF8ToEncoding, LargeJapaneseTextRoundTrips) {
+  std::string utf8;
+  for (int i = 0; i < 3000; ++i) utf8 += "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E abc ";
+  for (const char* encoding : {"shift_jis", "euc-jp", "iso-2022-jp", "utf-16", "utf-7"}) {
+    const std::string legacy = Transcoder::UTF8ToEncoding(utf8, encoding);
+    ASSERT_FALSE(legacy.empty()) << encoding;
+    EXPECT_EQ(Transcoder::EncodingToUTF8(legacy, encoding), utf8) << encoding;
+  }
+}
+
+// A stop repeats the last chunk: the defined result, not a fault.
+TEST(UTF16ToEncoding, AStopRepeatsTheLastChunk) {
+  const std::string a600(600, 'a');
+  struct Row {
+    const char* encoding;
+    std::u16string text;
+    std::string expected;
+  };
+  const Row rows[] = {
+      {"iso-8859-1", u"abc\u20acdef", "abcabc"},
+      {"iso-8859-1", u"\u20acdef", ""},
+      {"us-ascii", u"x\u00e9", "xx"},
+      {"iso-8859-1", std::u16string(600, u'a') + u"\u20ac", a600 + std::string(88, 'a')},
+      {"utf-8", u"ab\xD800" u"cd", "abab"},   // lone high surrogate
+      {"utf-8", u"ab\xDC00" u"cd", "abab"},   // lone low surrogate
+      {"shift_jis", u"\u65e5\u0100", "\x93\xFA\x93\xFA"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Hex(Transcoder::UTF16ToEncoding(W(row.text), row.encoding)), Hex(row.expected))
+        << row.encoding;
+  }
+  // A lone high surrogate at the very end is held back and dropped by the flush.
+  EXPECT_EQ(Transcoder::asUTF8(W(u"ab\xD800")), "ab");
+}
+
+TEST(EncodingToUTF16, AStopRepeatsTheLastChunk) {
+  struct Row {
+    const char* encoding;
+    std::string bytes;
+    std::u16string expected;
+  };
+  const Row rows[] = {
+      {"utf-8", "ab\xFF" "cd", u"abab"},
+      {"utf-8", "\xC0\xAF", u""},                    // overlong
+      {"utf-8", "x\xED\xA0\x80y", u"xx"},            // encoded surrogate
+      {"utf-8", "ok\xE6\x97", u"ok"},                // truncated at the end: dropped by the flush
+      {"shift_jis", "a\x81", u"a"},                  // lone lead byte at the end
+      {"us-ascii", "a\x80", u"aa"},
+      {"utf-16", std::string("A\0B", 3), u"A"},      // odd byte count
+      {"utf-8", std::string(1500, 'z') + "\xFF", std::u16string(1500, u'z') + std::u16string(476, u'z')},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(HexW(Transcoder::EncodingToUTF16(row.bytes, row.encoding)), HexW(W(row.expected)))
+        << row.encoding << " " << Hex(row.bytes.substr(0, 16));
+  }
+}
+
+TEST(UTF16ToEncoding, FallbackMappingsCountAsSuccess) {
+  // Fullwidth "!" has only a fallback mapping in windows-1252.
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(u"a\uff01b"), "windows-1252"), "a!b");
+  std::u16string many;
+  for (int i = 0; i < 700; ++i) many += u"\uff01";
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(many), "windows-1252"), std::string(700, '!'));
+}
+
+// A stateful set goes back to its pool reset, so the next text starts clean.
+TEST(UTF16ToEncoding, StatefulSetsStartEachTextAfresh) {
+  // Stops in the middle of a double-byte run: no return to ASCII is written,
+  // and the last chunk, shift included, comes twice.
+  EXPECT_EQ(Hex(Transcoder::UTF16ToEncoding(W(u"\u65e5\U0001F600"), "iso-2022-jp")),
+            Hex("\x1B$BF|\x1B$BF|"));
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(u"abc"), "iso-2022-jp"), "abc");
+  // A text that ends inside a double-byte run does not shift the next one.
+  EXPECT_EQ(Transcoder::EncodingToUTF16("\x1B$BF|", "iso-2022-jp"), W(u"\u65e5"));
+  EXPECT_EQ(Transcoder::EncodingToUTF16("F|", "iso-2022-jp"), W(u"F|"));
+}
+
+TEST(filesytemToUTF16, FollowsTheDefaultChannelEncoding) {
+  ASSERT_TRUE(Vesk::Platform::SetHostLocale("ja_JP.UTF-8"));
+  EXPECT_EQ(Transcoder::PlatformEncoding(), "utf-8");
+  EXPECT_EQ(Transcoder::DefaultChannelEncoding(), "shift_jis");
+  EXPECT_EQ(Transcoder::asFilesystemString(W(u"\u65e5\u672c")), "\x93\xFA\x96\x7B");
+  EXPECT_EQ(Transcoder::filesytemToUTF16("\x93\xFA\x96\x7B"), W(u"\u65e5\u672c"));
+
+  ASSERT_TRUE(Vesk::Platform::SetHostLocale("de_DE.ISO-8859-1"));
+  EXPECT_EQ(Transcoder::PlatformEncoding(), "iso-8859-1");
+  EXPECT_EQ(Transcoder::DefaultChannelEncoding(), "iso-8859-1");
+  EXPECT_EQ(Transcoder::asFilesystemString(W(u"gr\u00fc\u00df")), "gr\xFC\xDF");
+  EXPECT_EQ(Transcoder::filesytemToUTF16("gr\xFC\xDF"), W(u"gr\u00fc\u00df"));
+  Vesk::Platform::SetHostLocale("");
+}
+
+TEST(PlatformEncoding, NamesTheSystemEncodingButNeverUnicode) {
+  struct Row {
+    const char* locale;
+    const char* platform;
+    const char* channel;
+  };
+  const Row rows[] = {
+      {"ja_JP.UTF-8", "utf-8", "shift_jis"},     {"ja_JP.eucJP", "euc-jp", "shift_jis"},
+      {"ja_JP.SJIS", "shift_jis", "shift_jis"},  {"ko_KR.UTF-8", "utf-8", "iso-8859-1"},
+      {"ko_KR.eucKR", "euc-kr", "iso-8859-1"},   {"en_US.UTF-16", "utf-16", "iso-8859-1"},
+      {"fr_FR.UTF-7", "utf-7", "iso-8859-1"},    {"C", "us-ascii", "iso-8859-1"},
+      {"ru_RU.KOI8-R", "koi8-r", "iso-8859-1"},
+  };
+  for (const Row& row : rows) {
+    ASSERT_TRUE(Vesk::Platform::SetHostLocale(row.locale)) << row.locale;
+    EXPECT_EQ(Transcoder::PlatformEncoding(), row.platform) << row.locale;
+    EXPECT_EQ(Transcoder::DefaultChannelEncoding(), row.channel) << row.locale;
+  }
+  Vesk::Platform::SetHostLocale("");
+}
+
+// ---------------------------------------------------------------------------
+// Pools
+
+TEST_F(Pools, EmptyTextStillTakesAndReturnsAConverter) {
+  EXPECT_EQ(Transcoder::asUTF8(Wide()), "");
+  const std::vector<Entry> from = Contents(Pool::kFromUTF16);
+  ASSERT_EQ(from.size(), 1u);
+  EXPECT_EQ(from[0].key, Id("utf-8"));
+  EXPECT_TRUE(Contents(Pool::kToUTF16).empty());
+  EXPECT_EQ(Transcoder::asUTF16(""), Wide());
+  ASSERT_EQ(Contents(Pool::kToUTF16).size(), 1u);
+}
+
+TEST_F(Pools, OneConversionLeavesOneEntryThatIsReused) {
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(u"abc"), "iso-8859-1"), "abc");
+  const std::vector<Entry> first = Contents(Pool::kFromUTF16);
+  ASSERT_EQ(first.size(), 1u);
+  EXPECT_EQ(first[0].key, Id("iso-8859-1"));
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(u"def"), "ISO-8859-1"), "def");
+  EXPECT_EQ(Contents(Pool::kFromUTF16), first);
+  // A failed run returns its converter too.
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(u"x\u20ac"), "iso-8859-1"), "xx");
+  EXPECT_EQ(Contents(Pool::kFromUTF16), first);
+  EXPECT_TRUE(Contents(Pool::kToUTF16).empty());
+  EXPECT_TRUE(Contents(Pool::kFromUTF32).empty());
+}
+
+TEST_F(Pools, TwoStageConversionsUseBothPools) {
+  EXPECT_EQ(Transcoder::UTF8ToEncoding("abc", "shift_jis"), "abc");
+  ASSERT_EQ(Contents(Pool::kToUTF16).size(), 1u);
+  EXPECT_EQ(Contents(Pool::kToUTF16)[0].key, Id("utf-8"));
+  ASSERT_EQ(Contents(Pool::kFromUTF16).size(), 1u);
+  EXPECT_EQ(Contents(Pool::kFromUTF16)[0].key, Id("shift_jis"));
+}
+
+TEST_F(Pools, UnknownEncodingLeavesThePoolsUnchanged) {
+  // Warm the UTF-8 converters that the two-stage forms take and give back.
+  Transcoder::UTF8ToEncoding("a", "utf-8");
+  const auto from = Contents(Pool::kFromUTF16);
+  const auto to = Contents(Pool::kToUTF16);
+  EXPECT_EQ(Transcoder::UTF16ToEncoding(W(u"abc"), "no-such-charset"), "");
+  EXPECT_EQ(Transcoder::EncodingToUTF16("abc", "no-such-charset"), Wide());
+  EXPECT_EQ(Transcoder::UTF8ToEncoding("abc", "no-such-charset"), "");
+  EXPECT_EQ(Transcoder::EncodingToUTF8("abc", "no-such-charset"), "");
+  EXPECT_EQ(Contents(Pool::kFromUTF16), from);
+  EXPECT_EQ(Contents(Pool::kToUTF16), to);
+}
+
+UConverter* FailingOpen(const char*, UErrorCode* status) {
+  *status = U_MEMORY_ALLOCATION_ERROR;
+  return nullptr;
+}
+
+TEST_F(Pools, AFailingOpenGivesEmptyTextAndLeavesThePoolsUnchanged) {
+  Vesk::Platform::HostCalls().open = &FailingOpen;
+  EXPECT_EQ(Transcoder::asUTF8(W(u"abc")), "");
+  EXPECT_EQ(Transcoder::asUTF16("abc"), Wide());
+  EXPECT_EQ(Transcoder::UTF8ToEncoding("abc", "shift_jis"), "");
+  EXPECT_TRUE(Contents(Pool::kFromUTF16).empty());
+  EXPECT_TRUE(Contents(Pool::kToUTF16).empty());
+  Vesk::Platform::HostCalls() = Vesk::Platform::DefaultHostCalls();
+  EXPECT_EQ(Transcoder::asUTF8(W(u"abc")), "abc");
+}
+
+// Holds every converter open until two have been opened, so that two
+// conversions of one key overlap.
+struct Rendezvous {
+  std::mutex lock;
+  std::condition_variable arrived;
+  int opened = 0;
+};
+Rendezvous* gRendezvous;
+
+UConverter* OpenAndWaitForTheOther(const char* name, UErrorCode* status) {
+  UConverter* converter = Vesk::Platform::DefaultHostCalls().open(name, status);
+  std::unique_lock<std::mutex> hold(gRendezvous->lock);
+  ++gRendezvous->opened;
+  gRendezvous->arrived.notify_all();
+  gRendezvous->arrived.wait(hold, [] { return gRendezvous->opened >= 2; });
+  return converter;
+}
+
+TEST_F(Pools, OverlappingConversionsLeaveTwoIdleEntriesUsedInTurn) {
+  Rendezvous rendezvous;
+  gRendezvous = &rendezvous;
+  Vesk::Platform::HostCalls().open = &OpenAndWaitForTheOther;
+  std::string out1, out2;
+  std::thread t1([&] { out1 = Transcoder::UTF16ToEncoding(W(u"one"), "iso-8859-1"); });
+  std::thread t2([&] { out2 = Transcoder::UTF16ToEncoding(W(u"two"), "iso-8859-1"); });
+  t1.join();
+  t2.join();
+  Vesk::Platform::HostCalls() = Vesk::Platform::DefaultHostCalls();
+  EXPECT_EQ(out1, "one");
+  EXPECT_EQ(out2, "two");
+  const std::vector<Entry> idle = Contents(Pool::kFromUTF16);
+  ASSERT_EQ(idle.size(), 2u);
+  EXPECT_EQ(idle[0].key, Id("iso-8859-1"));
+  EXPECT_EQ(idle[1].key, Id("iso-8859-1"));
+  EXPECT_NE(idle[0].converter, idle[1].converter);
+  // First in, first out: the earliest goes out and comes back behind the other.
+  Transcoder::UTF16ToEncoding(W(u"three"), "iso-8859-1");
+  const std::vector<Entry> after = Contents(Pool::kFromUTF16);
+  ASSERT_EQ(after.size(), 2u);
+  EXPECT_EQ(after[0], idle[1]);
+  EXPECT_EQ(after[1], idle[0]);
+}
+
+// ---------------------------------------------------------------------------
+// Start and stop
+
+TEST(StartStop, TheConverterGroupIsBuiltFirst) {
+  const std::vector<std::string> steps = Vesk::StartStop::Steps();
+  ASSERT_GE(steps.size(), 4u);
+  EXPECT_EQ(steps[0], "built converterMapLock");
+  EXPECT_EQ(steps[1], "built fromUTF16Converters");
+  EXPECT_EQ(steps[2], "built toUTF16Converters");
+  EXPECT_EQ(steps[3], "built fromUTF32Converters");
+}
+
+void PrintStep(const char* step) { std::fprintf(stderr, "[%s]\n", step); }
+void PrintingClose(UConverter* converter) {
+  std::fprintf(stderr, "[close]\n");
+  Vesk::Platform::DefaultHostCalls().close(converter);
+}
+
+TEST(StartStop, ExitHandlersDisposeOfIdleConvertersThenTheLockGoes) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        Vesk::TranscoderView::DisposeIdleConverters();
+        Transcoder::UTF8ToEncoding("abc", "shift_jis");
+        Transcoder::UTF16ToEncoding(W(u"abc"), "iso-8859-1");
+        Vesk::Platform::HostCalls().close = &PrintingClose;
+        Vesk::StartStop::SetObserver(&PrintStep);
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0),
+      "\\[emptied fromUTF32Converters\\]\n\\[close\\]\n\\[emptied toUTF16Converters\\]\n"
+      "\\[close\\]\n\\[close\\]\n\\[emptied fromUTF16Converters\\]\n\\[destroyed converterMapLock\\]");
+}
+
+}  // namespace
