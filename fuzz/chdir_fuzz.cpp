@@ -1,0 +1,164 @@
+// ChDir from any object text by any reference, with both escape values, then
+// MakeRelativeURI back against the same base. The input is the object's text,
+// a line feed, and the reference; without a line feed the whole input is the
+// reference and the object is a fixed file URI with query and fragment.
+//
+// Checked: ChDir returns true; the road that the reference takes decides the
+// object's state exactly (unchanged, parsed anew, replaced by the parsed
+// reference, fragment only, or a setter state with its flags derived from
+// its fields); a merge leaves no "." and no ".." but those a relative path
+// keeps at its start; MakeRelativeURI either refuses and changes nothing, or
+// leaves a relative URI, which MakeAbsoluteURI takes back where the path
+// promises a round trip.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "vesk/uri/invariants.h"
+#include "vesk/uri/uri"
+
+namespace {
+
+using Vesk::URI;
+
+void Require(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "property violated: %s\n", what);
+    std::abort();
+  }
+}
+
+bool Same(const URI& a, const URI& b) {
+  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
+         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
+         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
+         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
+}
+
+// The state that SetPath leaves: flags derived from the fields.
+void RequireSetterState(const URI& uri) {
+  Require(uri.m_IsHierarchical, "setter state not hierarchical");
+  Require(uri.m_NonHierarchical.empty(), "setter state keeps an opaque body");
+  Require(uri.m_Scheme != "unknown", "setter state keeps the scheme \"unknown\"");
+  Require(uri.m_IsRelative == uri.m_Scheme.empty(), "relative flag does not follow the scheme");
+  Require(uri.m_IsValid == (!uri.m_Server.empty() || !uri.m_Path.empty()), "valid flag does not follow the fields");
+}
+
+// Everything but the path, query and fragment stayed as it was.
+void RequireAuthorityKept(const URI& now, const URI& before) {
+  Require(now.m_Server == before.m_Server && now.m_Port == before.m_Port && now.m_Username == before.m_Username &&
+              now.m_Password == before.m_Password,
+          "a path move changed the authority");
+  Require(now.m_Scheme == (before.m_Scheme == "unknown" ? std::string() : before.m_Scheme),
+          "a path move changed the scheme");
+}
+
+bool HasCleanSegments(const std::string& path) {
+  std::vector<std::string> segments;
+  bool leading = false;
+  bool trailing = false;
+  URI::SplitPath(path, segments, leading, trailing);
+  for (const std::string& segment : segments) {
+    if (segment == "." || segment == "..") return false;
+  }
+  return URI::JoinPath(segments, leading, trailing) == path;
+}
+
+void CheckMove(const std::string& objectText, const std::string& reference, bool escape) {
+  const URI base(objectText);
+  Require(Vesk::uri_internal::URIShapeError(base).empty(), "the parser made an odd shape");
+  URI moved(base);
+  Require(moved.ChDir(reference, escape), "ChDir returned false");
+
+  const std::string effective = escape ? std::string(URI::Escape(reference)) : reference;
+  bool setterState = false;
+  if (effective.empty()) {
+    Require(Same(moved, base), "an empty reference changed the object");
+  } else if (effective.rfind("//", 0) == 0) {
+    URI expected;
+    expected.ParseURI(std::string(base.GetScheme()) + ":" + effective);
+    Require(Same(moved, expected), "a network-path reference did not parse the object anew");
+  } else {
+    URI target;
+    target.ParseURI(effective[0] == '?' ? "./" + effective : effective);
+    const std::string targetPath = target.GetPath();
+    std::vector<std::string> targetSegments;
+    URI::SplitPath(targetPath, targetSegments);
+    if (!target.m_IsRelative || !target.m_IsHierarchical) {
+      Require(Same(moved, target), "an absolute, opaque or bad reference did not replace the object");
+    } else if (!targetPath.empty() && targetPath[0] == '/') {
+      setterState = true;
+      RequireAuthorityKept(moved, base);
+      Require(moved.GetPath() == targetPath, "a rooted path was not taken as it stands");
+      Require(moved.GetQuery(true) == target.GetQuery(true), "a rooted path lost the reference's query");
+      Require(moved.GetFragment() == target.GetFragment(), "a rooted path lost the reference's fragment");
+    } else if (targetSegments.empty() && target.m_Query.empty()) {
+      URI expected(base);
+      expected.m_Fragment = moved.m_Fragment;
+      Require(Same(moved, expected), "a fragment-only reference changed more than the fragment");
+      Require(moved.GetFragment() == target.GetFragment(), "a fragment-only reference set another fragment");
+    } else {
+      setterState = true;
+      RequireAuthorityKept(moved, base);
+      Require(moved.GetQuery(true) == target.GetQuery(true), "a merge lost the reference's query");
+      Require(moved.GetFragment() == target.GetFragment(), "a merge lost the reference's fragment");
+      std::vector<std::string> segments;
+      URI::SplitPath(moved.GetPath(), segments);
+      bool pastLeadingDotDots = false;
+      for (const std::string& segment : segments) {
+        Require(segment != ".", "a merge left a \".\"");
+        if (segment == "..") {
+          Require(base.m_IsRelative, "a merge left a \"..\" in an absolute path");
+          Require(!pastLeadingDotDots, "a merge left a \"..\" after a name");
+        } else {
+          pastLeadingDotDots = true;
+        }
+      }
+    }
+  }
+  if (setterState) RequireSetterState(moved);
+
+  // Back against the same base.
+  for (const bool caseSensitive : {true, false}) {
+    URI relative(moved);
+    if (!relative.MakeRelativeURI(base, caseSensitive)) {
+      Require(Same(relative, moved), "a refused MakeRelativeURI changed the object");
+      continue;
+    }
+    Require(relative.m_IsRelative, "MakeRelativeURI returned true on a URI that is not relative");
+    if (moved.m_IsRelative) {
+      Require(Same(relative, moved), "MakeRelativeURI changed a relative URI");
+      continue;
+    }
+    Require(relative.m_Scheme.empty() && relative.m_Server.empty() && relative.m_Port.empty(),
+            "MakeRelativeURI left a scheme, server or port");
+    Require(relative.m_IsValid && relative.m_IsHierarchical, "MakeRelativeURI left an invalid URI");
+    Require(!relative.m_Path.empty() && relative.m_Path[0] != '/', "MakeRelativeURI left a rooted or empty path");
+
+    // A clean path on the base's own server comes back as it was.
+    const std::string movedPath = moved.GetPath();
+    if (caseSensitive && setterState && !base.m_IsRelative && base.m_IsHierarchical && !base.m_Path.empty() &&
+        !movedPath.empty() && movedPath[0] == '/' && HasCleanSegments(movedPath)) {
+      const std::string relativeText = relative.ToString(false);
+      URI back(relativeText);
+      Require(back.MakeAbsoluteURI(base), "MakeAbsoluteURI refused the relative form");
+      Require(back.ToString(false) == moved.ToString(false), "relative form did not lead back");
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string input(reinterpret_cast<const char*>(data), size);
+  const size_t newline = input.find('\n');
+  const std::string objectText =
+      newline == std::string::npos ? std::string("http://host/a/b/c.html?q=1#f") : input.substr(0, newline);
+  const std::string reference = newline == std::string::npos ? input : input.substr(newline + 1);
+  CheckMove(objectText, reference, false);
+  CheckMove(objectText, reference, true);
+  return 0;
+}
