@@ -1,0 +1,91 @@
+// Local paths both ways: the input is taken as a Windows, a Unix and a colon
+// path, each made a file URI and turned back; and as URI text, turned into
+// the three notations.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "vesk/uri/uri"
+
+namespace {
+
+using Vesk::URI;
+
+void Require(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "property violated: %s\n", what);
+    std::abort();
+  }
+}
+
+std::string Replaced(std::string text, char from, char to) {
+  for (char& c : text)
+    if (c == from) c = to;
+  return text;
+}
+
+void RequireFileURI(const URI& uri) {
+  Require(uri.m_Scheme == "file" && uri.m_IsHierarchical && !uri.m_IsRelative, "conversion did not give a file URI");
+  Require(uri.m_Port.empty() && uri.m_Query.empty() && uri.m_Fragment.empty() && uri.m_NonHierarchical.empty(),
+          "conversion left port, query, fragment or body");
+  Require(uri.m_IsValid == (!uri.m_Server.empty() || !uri.m_Path.empty()), "validity does not follow the fields");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+
+  // Unix: the path comes back as given, with a leading slash.
+  URI slashURI;
+  slashURI.LocalPathToURIUnix(text);
+  RequireFileURI(slashURI);
+  Require(slashURI.m_Server.empty(), "a Unix path gave an authority");
+  const std::string slashed = !text.empty() && text[0] == '/' ? text : "/" + text;
+  Require(slashURI.ToLocalPathUnix() == slashed, "Unix path did not come back");
+  Require(slashURI.ToLocalPath() == slashed, "ToLocalPath is not the Unix form");
+
+  // Colon paths: back as colon paths, a leading separator dropped.
+  URI mac;
+  mac.LocalPathToURIMac(text);
+  RequireFileURI(mac);
+  Require(mac.m_Server.empty(), "a colon path gave an authority");
+  std::string expected = Replaced(text, ':', '/');
+  if (!expected.empty() && expected[0] == '/') expected.erase(0, 1);
+  Require(mac.ToLocalPathMac() == Replaced(expected, '/', ':'), "colon path did not come back");
+  URI viaDefault;
+  viaDefault.LocalPathToURI(text);
+  Require(viaDefault.ToString(false) == mac.ToString(false), "LocalPathToURI is not the colon form");
+
+  // Windows: the backslash form holds no slash and no bar, and reading it
+  // again gives the same URI (unless a bar or an escape stood in the host,
+  // which the way back cannot keep, or the path was the root alone, whose
+  // slash is dropped like every first slash).
+  URI win;
+  win.LocalPathToURIWin(text);
+  RequireFileURI(win);
+  const std::string back = win.ToLocalPathWin();
+  Require(back.find('/') == std::string::npos && back.find('|') == std::string::npos,
+          "Windows path holds a slash or a bar");
+  const bool bareRoot = win.m_Server.empty() && win.m_Path == "/";
+  if (text.find('|') == std::string::npos && text.find('%') == std::string::npos && !bareRoot) {
+    URI again;
+    again.LocalPathToURIWin(back);
+    Require(again.ToString(false) == win.ToString(false), "Windows path does not read back to the same URI");
+  }
+
+  // The input as URI text: only file URIs and relative references have
+  // local paths, and reading them changes nothing.
+  const URI uri(text);
+  const std::string before = uri.ToString(false);
+  const std::string w = uri.ToLocalPathWin(), u = uri.ToLocalPathUnix(), m = uri.ToLocalPathMac();
+  Require(uri.ToString(false) == before, "reading a local path changed the URI");
+  if (uri.m_Scheme != "file" && !uri.IsRelative()) {
+    Require(w.empty() && u.empty() && m.empty(), "a URI of another scheme gave a local path");
+  }
+  if (uri.IsRelative() && uri.m_Scheme != "file") Require(!m.empty() && m[0] == ':', "relative colon path lacks its colon");
+  if (uri.m_Scheme == "file" && !uri.m_Server.empty()) Require(u.empty(), "a Unix path for another machine");
+  return 0;
+}
