@@ -83,7 +83,8 @@ const vesktool::CommandRegistrar reg("query", [](CLI::App& app) {
   CLI::Option* get = sub->add_option("--get", opt->get, "Print the plain value of NAME (an error when absent)");
   CLI::Option* set =
       sub->add_option("--set", opt->sets, "Set NAME to VALUE (plain text); may be given several times, in order")
-          ->type_name("NAME=VALUE");
+          ->type_name("NAME=VALUE")
+          ->allow_extra_args(false);
   get->excludes(set);
   sub->add_flag("--json", opt->json, "One JSON object per URI");
   sub->callback([opt, get]() { Run(*opt, get->count() > 0); });

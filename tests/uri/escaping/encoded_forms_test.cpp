@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "vesk/encoding/transcoder"
+#include "vesk/platform/text_conversion_seam.h"
 
 namespace {
 
@@ -165,6 +166,35 @@ TEST(FromEncodedString, FieldsAreCanonical) {
   URI again = uri;
   again.ForceEscape();
   EXPECT_EQ(again.ToString(false), uri.ToString(false));
+}
+
+// Lets converters for UTF-8 open and makes every other open fail.
+UConverter* OpenOnlyUtf8(const char* name, UErrorCode* status) {
+  if (ucnv_compareNames(name, "UTF-8") == 0) return Vesk::Platform::DefaultHostCalls().open(name, status);
+  *status = U_FILE_ACCESS_ERROR;
+  return nullptr;
+}
+
+TEST(FromEncodedString, FieldThatCannotBeConvertedBlanksTheURI) {
+  // Reading ISO-8859-15 works with a pooled converter, but writing to it
+  // needs a new converter that cannot be opened: the first field fails.
+  // No other test converts to ISO-8859-15, so no such converter is pooled.
+  ASSERT_EQ(Vesk::Transcoder::EncodingToUTF8("caf\xE9", "iso-8859-15"), "caf\xC3\xA9");
+  auto& calls = Vesk::Platform::HostCalls();
+  const auto saved = calls.open;
+  calls.open = &OpenOnlyUtf8;
+  URI uri("http://stale/p?q#f");
+  const bool ok = uri.FromEncodedString("http://x/caf\xE9?q#f", "iso-8859-15");
+  calls.open = saved;
+  EXPECT_FALSE(ok);
+  EXPECT_EQ(uri.ToString(false), "unknown:");
+  EXPECT_FALSE(uri.IsValidURI());
+  EXPECT_FALSE(uri.IsRelative());
+  EXPECT_FALSE(uri.IsHierarchical());
+  for (const std::string* f : {&uri.m_Server, &uri.m_Port, &uri.m_Path, &uri.m_Query, &uri.m_Fragment,
+                               &uri.m_Username, &uri.m_Password, &uri.m_NonHierarchical})
+    EXPECT_EQ(*f, "");
+  EXPECT_EQ(uri.m_Scheme, "unknown");
 }
 
 struct ToEncodedCase {
