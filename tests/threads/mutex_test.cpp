@@ -1,0 +1,89 @@
+#include "vesk/threads/mutex"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <type_traits>
+#include <typeinfo>
+
+namespace {
+
+using Vesk::Mutex;
+using Vesk::ScopedLock;
+using Vesk::VeskThreadUncopyable;
+
+static_assert(!std::is_copy_constructible_v<Mutex> && !std::is_copy_assignable_v<Mutex>);
+static_assert(!std::is_copy_constructible_v<ScopedLock> && !std::is_copy_assignable_v<ScopedLock>);
+static_assert(std::is_base_of_v<VeskThreadUncopyable, Mutex>);
+static_assert(std::is_base_of_v<VeskThreadUncopyable, ScopedLock>);
+static_assert(!std::is_polymorphic_v<Mutex> && !std::is_polymorphic_v<ScopedLock>);
+
+// Whether another thread can take the mutex right now (and gives it back).
+bool OtherThreadCanLock(Mutex& mutex) {
+  bool taken = false;
+  std::thread other([&] {
+    taken = mutex.TryLock();
+    if (taken) mutex.Unlock();
+  });
+  other.join();
+  return taken;
+}
+
+TEST(Mutex, IsRecursive) {
+  Mutex mutex;
+  mutex.Lock();
+  mutex.Lock();  // does not block
+  EXPECT_TRUE(pthread_equal(mutex.Owner(), pthread_self()));
+  EXPECT_TRUE(mutex.TryLock());
+  mutex.Unlock();
+  mutex.Unlock();
+  // After the first of two unlocks the owner reads 0, yet the lock is held.
+  EXPECT_EQ(mutex.Owner(), pthread_t());
+  EXPECT_FALSE(OtherThreadCanLock(mutex));
+  mutex.Unlock();
+  EXPECT_TRUE(OtherThreadCanLock(mutex));
+}
+
+TEST(ScopedLock, ReleasesWhenAnExceptionLeavesTheScope) {
+  Mutex mutex;
+  try {
+    ScopedLock hold(mutex);
+    EXPECT_FALSE(OtherThreadCanLock(mutex));
+    throw std::runtime_error("leave");
+  } catch (const std::runtime_error&) {
+  }
+  EXPECT_TRUE(OtherThreadCanLock(mutex));
+  {
+    ScopedLock outer(mutex);
+    ScopedLock inner(mutex);
+  }
+  EXPECT_TRUE(OtherThreadCanLock(mutex));
+}
+
+TEST(ScopedLock, ExcludesOtherThreads) {
+  Mutex mutex;
+  long counter = 0;
+  std::atomic<bool> go{false};
+  auto work = [&] {
+    while (!go) std::this_thread::yield();
+    for (int i = 0; i < 20000; ++i) {
+      ScopedLock hold(mutex);
+      ++counter;
+    }
+  };
+  std::thread a(work), b(work);
+  go = true;
+  a.join();
+  b.join();
+  EXPECT_EQ(counter, 40000);
+}
+
+TEST(Mutex, TypeRecordsKeepTheirNames) {
+  EXPECT_STREQ(typeid(Mutex).name(), "N4Vesk5MutexE");
+  EXPECT_STREQ(typeid(ScopedLock).name(), "N4Vesk10ScopedLockE");
+  EXPECT_STREQ(typeid(VeskThreadUncopyable).name(), "N4Vesk20VeskThreadUncopyableE");
+}
+
+}  // namespace
