@@ -56,7 +56,12 @@ void RequireAuthorityKept(const URI& now, const URI& before) {
           "a path move changed the scheme");
 }
 
-bool HasCleanSegments(const std::string& path) {
+// Whether MakeRelativeURI against `base` and MakeAbsoluteURI back give the
+// path again: it has no dot segments and no doubled slashes, and it is not a
+// file name that names a directory above the base's, which comes back as
+// that directory ("http://h/a" against "http://h/a/b" gives "..").
+bool PromisesRoundTrip(const std::string& path, const URI& base) {
+  if (path.empty() || path[0] != '/') return false;
   std::vector<std::string> segments;
   bool leading = false;
   bool trailing = false;
@@ -64,7 +69,17 @@ bool HasCleanSegments(const std::string& path) {
   for (const std::string& segment : segments) {
     if (segment == "." || segment == "..") return false;
   }
-  return URI::JoinPath(segments, leading, trailing) == path;
+  if (URI::JoinPath(segments, leading, trailing) != path) return false;
+  if (path.back() == '/') return true;
+  URI directory(base);
+  directory.ChDir(".", false);
+  std::vector<std::string> from;
+  URI::SplitPath(directory.GetPath(), from);
+  if (segments.size() > from.size()) return true;
+  for (size_t i = 0; i < segments.size(); ++i) {
+    if (segments[i] != from[i]) return true;
+  }
+  return false;
 }
 
 void CheckMove(const std::string& objectText, const std::string& reference, bool escape) {
@@ -138,10 +153,10 @@ void CheckMove(const std::string& objectText, const std::string& reference, bool
     Require(relative.m_IsValid && relative.m_IsHierarchical, "MakeRelativeURI left an invalid URI");
     Require(!relative.m_Path.empty() && relative.m_Path[0] != '/', "MakeRelativeURI left a rooted or empty path");
 
-    // A clean path on the base's own server comes back as it was.
+    // A path that promises it comes back as it was.
     const std::string movedPath = moved.GetPath();
     if (caseSensitive && setterState && !base.m_IsRelative && base.m_IsHierarchical && !base.m_Path.empty() &&
-        !movedPath.empty() && movedPath[0] == '/' && HasCleanSegments(movedPath)) {
+        PromisesRoundTrip(movedPath, base)) {
       const std::string relativeText = relative.ToString(false);
       URI back(relativeText);
       Require(back.MakeAbsoluteURI(base), "MakeAbsoluteURI refused the relative form");
