@@ -139,4 +139,31 @@ TEST(ToolEncode, Table) {
   EXPECT_NE(Vesk({"encode", "http://x/"}).status, 0);
 }
 
+TEST(ToolParseCharset, ReadsLegacyText) {
+  struct Row {
+    const char* charset;
+    std::string input;  // on standard input, raw bytes
+    const char* path;   // stored path afterwards
+    const char* stored;
+  };
+  const Row rows[] = {
+      {"iso-8859-1", "http://x/caf%E9", "/caf\xC3\xA9", "http://x/caf\xC3\xA9"},
+      {"iso-8859-1", "http://x/caf\xE9?q=%FC", "/caf\xC3\xA9", "http://x/caf\xC3\xA9?q=\xC3\xBC"},
+      {"shift_jis", "http://x/\x95\x5C/%83%65", "/\xE8\xA1\xA8/\xE3\x83\x86", "http://x/\xE8\xA1\xA8/\xE3\x83\x86"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.input);
+    const Result r = Vesk({"parse", "--json", "--charset", row.charset}, row.input + "\n");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(j["path"], row.path);
+    EXPECT_EQ(j["stored"], row.stored);
+    EXPECT_EQ(j["valid"], true);
+  }
+  // Text that does not parse is reported, and the rest goes on.
+  const Result bad = Vesk({"parse", "--charset", "iso-8859-1", "a\\b", "http://x/"});
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_NE(bad.out.find("path: /"), std::string::npos);
+}
+
 }  // namespace

@@ -100,6 +100,23 @@ TEST(NormalizeEncoding, Steps) {
   EXPECT_EQ(uri.ToString(false), "http://h/p");
 }
 
+TEST(NormalizeEncoding, AsciiTripsUnchangedInCommonCharsets) {
+  // Plain ASCII skips the conversions in these charsets; that is exact only
+  // if every ASCII byte converts to one byte and back to itself, and, for
+  // reading, if printable ASCII reads as itself.
+  for (const char* charset : {"utf-8", "iso-8859-1", "shift_jis", "euc-jp", "windows-1252"}) {
+    for (int c = 0; c < 0x80; ++c) {
+      SCOPED_TRACE(std::string(charset) + " byte " + std::to_string(c));
+      const std::string one(1, static_cast<char>(c));
+      const std::string encoded = Vesk::Transcoder::UTF8ToEncoding(one, charset);
+      EXPECT_EQ(encoded.size(), 1u);
+      EXPECT_EQ(Vesk::Transcoder::EncodingToUTF8(encoded, charset), one);
+      // Reading skips the conversion only for printable ASCII.
+      if (c >= 0x20 && c < 0x7F) EXPECT_EQ(Vesk::Transcoder::EncodingToUTF8(one, charset), one);
+    }
+  }
+}
+
 TEST(NormalizeEncoding, UnreadableResultIsEmptyAndTrue) {
   // The escapes give a lone lead byte, which does not read back: the last
   // step is not checked.

@@ -1,5 +1,7 @@
 // URIs whose non-ASCII text is in a legacy charset: reading them into the
 // escaped UTF-8 form the class keeps, and writing them back out.
+#include <strings.h>
+
 #include <string>
 
 #include "vesk/encoding/transcoder"
@@ -7,12 +9,48 @@
 
 namespace Vesk {
 
+namespace {
+
+// Charsets in which every ASCII character converts to one byte and back to
+// itself, and none stops a conversion: for them, ASCII text comes out of a
+// round trip through the Transcoder unchanged, so the trip can be skipped.
+// Stateful charsets (ISO-2022) are not among them. Other spellings of these
+// names simply take the long road.
+bool AsciiTransparent(const std::string& encoding) {
+  static const char* const kNames[] = {"utf-8", "iso-8859-1", "shift_jis", "euc-jp", "windows-1252"};
+  for (const char* name : kNames) {
+    if (strcasecmp(encoding.c_str(), name) == 0) return true;
+  }
+  return false;
+}
+
+// Printable ASCII reads as itself in those charsets. Control bytes do not
+// always: some tables swap 0x1A, 0x1C and 0x7F (a swap that a round trip
+// undoes, so NormalizeEncoding may skip them, but reading may not).
+bool PrintableAscii(const std::string& text) {
+  for (const char c : text) {
+    if (c < 0x20 || c > 0x7E) return false;
+  }
+  return true;
+}
+
+bool PlainAscii(const std::string& text) {
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) >= 0x80 || c == '%') return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 URI::StringProxy URI::ToEncodedString(StringProxy encoding) {
   return StringProxy(Transcoder::UTF8ToEncoding(ToStringUTF8(), encoding));
 }
 
 bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
   if (text.empty()) return true;
+  // Without escapes the result is the round trip of the text itself.
+  if (PlainAscii(text) && AsciiTransparent(encoding)) return true;
   // `out` gathers legacy bytes: UTF-8 stretches converted to the encoding and
   // escapes decoded to the bytes they stand for, so that a character escaped
   // byte by byte (or half escaped) is read back as one character at the end.
@@ -47,7 +85,11 @@ bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
 }
 
 bool URI::FromEncodedString(StringProxy text, StringProxy encoding) {
-  if (!ParseURI(Transcoder::EncodingToUTF8(text, encoding))) m_IsValid = false;
+  // Printable ASCII in a transparent charset is its own UTF-8 form.
+  const bool parsed = PrintableAscii(text) && AsciiTransparent(encoding)
+                          ? ParseURI(text)
+                          : ParseURI(Transcoder::EncodingToUTF8(text, encoding));
+  if (!parsed) m_IsValid = false;
 
   // Each field is read as it stands at its turn, since the setters before it
   // may have re-derived the flags or cleared other fields.

@@ -24,6 +24,21 @@ std::string QueryPlain(const std::string& text, size_t begin, size_t end) {
   return URI::QueryUnescape(URI::StringProxy(text.substr(begin, end - begin)));
 }
 
+// Appends QueryEscape(text) to `out`, without the call when every byte is one
+// that the query map never escapes (letters, digits, - . _ ~ and high bytes).
+void AppendQueryEscaped(std::string& out, const std::string& text) {
+  for (const char ch : text) {
+    const unsigned char c = static_cast<unsigned char>(ch);
+    const bool raw = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+                     c == '.' || c == '_' || c == '~' || c >= 0x80;
+    if (!raw) {
+      out += URI::QueryEscape(text);
+      return;
+    }
+  }
+  out += text;
+}
+
 }  // namespace
 
 void URI::GetQueryByMap(std::map<std::string, std::string>& query) const {
@@ -56,9 +71,9 @@ void URI::SetQueryByMap(const std::map<std::string, std::string>& query) {
   std::string text;
   for (const auto& entry : query) {
     if (!text.empty()) text += '&';
-    text += QueryEscape(entry.first);
+    AppendQueryEscaped(text, entry.first);
     text += '=';
-    text += QueryEscape(entry.second);
+    AppendQueryEscaped(text, entry.second);
   }
   SetQuery(StringProxy(std::move(text)), false);
 }
