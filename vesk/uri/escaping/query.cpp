@@ -24,14 +24,26 @@ std::string QueryPlain(const std::string& text, size_t begin, size_t end) {
   return URI::QueryUnescape(URI::StringProxy(text.substr(begin, end - begin)));
 }
 
-// Appends QueryEscape(text) to `out`, without the call when every byte is one
-// that the query map never escapes (letters, digits, - . _ ~ and high bytes).
+// Bytes that QueryEscape leaves raw: letters, digits, ! ' ( ) * , - . ; _ ~
+// and everything from 0x80 up (NUL too, but it is rare enough to leave to
+// the slow road).
+struct QueryRawTable {
+  bool raw[256] = {};
+  QueryRawTable() {
+    for (int c = 'a'; c <= 'z'; ++c) raw[c] = true;
+    for (int c = 'A'; c <= 'Z'; ++c) raw[c] = true;
+    for (int c = '0'; c <= '9'; ++c) raw[c] = true;
+    for (const char c : std::string("!'()*,-.;_~")) raw[static_cast<unsigned char>(c)] = true;
+    for (int c = 0x80; c < 256; ++c) raw[c] = true;
+  }
+};
+
+// Appends QueryEscape(text) to `out`, without the call (and its copies) when
+// no byte of `text` needs escaping.
 void AppendQueryEscaped(std::string& out, const std::string& text) {
-  for (const char ch : text) {
-    const unsigned char c = static_cast<unsigned char>(ch);
-    const bool raw = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-                     c == '.' || c == '_' || c == '~' || c >= 0x80;
-    if (!raw) {
+  static const QueryRawTable table;
+  for (const char c : text) {
+    if (!table.raw[static_cast<unsigned char>(c)]) {
       out += URI::QueryEscape(text);
       return;
     }
@@ -43,7 +55,8 @@ void AppendQueryEscaped(std::string& out, const std::string& text) {
 
 void URI::GetQueryByMap(std::map<std::string, std::string>& query) const {
   // Split on the escaped text, so "%26" and "%3D" inside a name or value stay.
-  const std::string text = GetQuery(false);
+  // That is GetQuery(false), read in place rather than copied.
+  const std::string& text = m_Query;
   query.clear();
   size_t pos = 0;
   const size_t size = text.size();
@@ -69,6 +82,9 @@ void URI::GetQueryByMap(std::map<std::string, std::string>& query) const {
 
 void URI::SetQueryByMap(const std::map<std::string, std::string>& query) {
   std::string text;
+  size_t plain = 0;
+  for (const auto& entry : query) plain += entry.first.size() + entry.second.size() + 2;
+  text.reserve(plain + plain / 4);
   for (const auto& entry : query) {
     if (!text.empty()) text += '&';
     AppendQueryEscaped(text, entry.first);
