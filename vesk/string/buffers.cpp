@@ -2,11 +2,13 @@
 // sharing and its end, and the writes that unshare.
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
 #include "vesk/platform/cfstring"
 #include "vesk/string/buffer_ops.h"
+#include "vesk/string/cached_platform_string.h"
 #include "vesk/string/cstring"
 #include "vesk/string/pools.h"
 
@@ -32,10 +34,9 @@ namespace Vesk {
 namespace StringBuffers {
 
 void DropCache(CStringData* data) {
-  if (data->cachedCFString != nullptr) {
-    Vesk::Platform::ReleaseObject(data->cachedCFString);
-    data->cachedCFString = nullptr;
-  }
+  // Atomic, so that threads filling the slot of a shared buffer or of the nil
+  // data lose no platform string and release none twice (bridges.cpp).
+  Vesk::StringBridges::DropCachedString(data);
 }
 
 }  // namespace StringBuffers
@@ -254,6 +255,11 @@ CString::CString(const unsigned short* text, int length) : m_chars(_afxPchNil) {
 
 CString::CString(const unsigned short* text) : m_chars(_afxPchNil) {
   if (text == nullptr) return;
+  // A value below 0x10000 is a string number, not a pointer.
+  if (reinterpret_cast<std::uintptr_t>(text) < 0x10000) {
+    LoadString(static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(text)));
+    return;
+  }
   const int length = ScanLength(text);
   if (length == 0) return;
   AllocBuffer(length);

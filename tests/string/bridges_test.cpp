@@ -1,0 +1,377 @@
+#include "vesk/string/cstring"
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/string/string_test_support.h"
+#include "vesk/platform/cfstring"
+#include "vesk/platform/handles"
+#include "vesk/platform/locale_facts"
+#include "vesk/platform/resources"
+
+namespace {
+
+using namespace cstest;
+namespace P = Vesk::Platform;
+
+// 8-bit text is UTF-8 here: the C locale's application encoding.
+class Bridges : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_TRUE(P::SetHostLocale("C")); }
+  void TearDown() override { P::CloseAllResourceFiles(); }
+};
+
+std::u16string PlatformText(CFStringRef s) {
+  const unsigned short* p = P::StringCharacters(s);
+  return std::u16string(p, p + P::StringLength(s));
+}
+
+CFStringRef Platform(std::u16string_view text) {
+  const U16 w = W(text);
+  return P::CreateStringFromUTF16(w.data(), static_cast<long>(w.size()));
+}
+
+TEST_F(Bridges, GetCFStringRefCachesOneObjectPerBuffer) {
+  CString s = Make(u"abc");
+  CFStringRef first = s.GetCFStringRef(0);
+  CFStringRef second = s.GetCFStringRef(0);
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(PlatformText(first), u"abc");
+  EXPECT_EQ(P::ObjectRetainCount(first), 3);  // the buffer's and the caller's two
+  // Copies share the buffer and so the cached object.
+  CString copy = s;
+  CFStringRef third = copy.GetCFStringRef(0);
+  EXPECT_EQ(third, first);
+  s.ReleaseCFStringRef(first);
+  s.ReleaseCFStringRef(second);
+  copy.ReleaseCFStringRef(third);
+  s.ReleaseCFStringRef(nullptr);
+
+  // A write drops the cache: a later call makes a new object with the new text.
+  s += W(u"d").c_str();
+  CFStringRef after = s.GetCFStringRef(0);
+  EXPECT_EQ(PlatformText(after), u"abcd");
+  CFStringRef copies = copy.GetCFStringRef(0);
+  EXPECT_EQ(PlatformText(copies), u"abc");
+  s.ReleaseCFStringRef(after);
+  copy.ReleaseCFStringRef(copies);
+  EXPECT_SOUND(s);
+  EXPECT_SOUND(copy);
+}
+
+TEST_F(Bridges, GetCFStringRefKeepsInnerZeroUnits) {
+  CString s = Make(std::u16string_view(u"a\0b", 3));
+  CFStringRef r = s.GetCFStringRef(0);
+  EXPECT_EQ(PlatformText(r), std::u16string(u"a\0b", 3));
+  s.ReleaseCFStringRef(r);
+}
+
+TEST_F(Bridges, EmptyStringsShareTheNilDataCache) {
+  CString a, b;
+  CFStringRef ra = a.GetCFStringRef(0);
+  CFStringRef rb = b.GetCFStringRef(0);
+  EXPECT_EQ(ra, rb);
+  EXPECT_EQ(P::StringLength(ra), 0);
+  EXPECT_TRUE(OnNil(a));
+  a.ReleaseCFStringRef(ra);
+  b.ReleaseCFStringRef(rb);
+  // A write through any empty string drops it.
+  CString c;
+  c.Empty();
+  c = W(u"").c_str();
+  CFStringRef rc = c.GetCFStringRef(0);
+  EXPECT_EQ(P::StringLength(rc), 0);
+  c.ReleaseCFStringRef(rc);
+  EXPECT_EQ(_afxInitData.header.refCount, -1);
+  EXPECT_EQ(_afxInitData.header.length, 0);
+}
+
+TEST_F(Bridges, SetFromCFStringRef) {
+  struct Row {
+    const char* what;
+    CFTypeRef source;  // owned by the row
+    std::u16string expected;
+    bool keeps_source;  // the cache holds the given object afterwards
+  };
+  std::vector<Row> rows = {
+      {"plain", Platform(u"hello"), u"hello", true},
+      {"two trailing zero units", Platform(std::u16string_view(u"ab\0\0", 4)), u"ab", true},
+      {"inner zero kept", Platform(std::u16string_view(u"a\0b", 3)), std::u16string(u"a\0b", 3), true},
+      {"all zero", Platform(std::u16string_view(u"\0\0\0", 3)), u"", false},
+      {"null", nullptr, u"", false},
+      {"a number", P::CreateNumber(4), u"", false},
+      {"long", Platform(std::u16string(700, u'x')), std::u16string(700, u'x'), true},
+  };
+  for (Row& row : rows) {
+    CString s = Make(u"previous text");
+    CString sharer = s;
+    EXPECT_TRUE(s.SetFromCFStringRef(static_cast<CFStringRef>(row.source), 0)) << row.what;
+    EXPECT_EQ(Text(s), row.expected) << row.what;
+    EXPECT_EQ(Text(sharer), u"previous text") << row.what;
+    EXPECT_SOUND(s);
+    if (row.keeps_source) {
+      CFStringRef back = s.GetCFStringRef(0);
+      EXPECT_EQ(back, row.source) << row.what;
+      s.ReleaseCFStringRef(back);
+    }
+    P::ReleaseObject(row.source);
+  }
+}
+
+TEST_F(Bridges, SetFromOwnCachedString) {
+  CString s = Make(u"self");
+  CFStringRef r = s.GetCFStringRef(0);
+  EXPECT_TRUE(s.SetFromCFStringRef(r, 0));
+  EXPECT_EQ(Text(s), u"self");
+  s.ReleaseCFStringRef(r);
+  CFStringRef again = s.GetCFStringRef(0);
+  EXPECT_EQ(again, r);  // still the same object, kept alive by the buffer
+  s.ReleaseCFStringRef(again);
+}
+
+TEST_F(Bridges, NarrowConstructionAndAssignment) {
+  EXPECT_TRUE(OnNil(CString("")));
+  EXPECT_TRUE(OnNil(CString(static_cast<const char*>(nullptr))));
+  EXPECT_EQ(Text(CString("caf\xC3\xA9")), u"caf\u00E9");
+  // The length only sizes the first buffer: the whole text comes in.
+  EXPECT_EQ(Text(CString("whole text", 3)), u"whole text");
+  EXPECT_TRUE(OnNil(CString("abc", 0)));
+  // Null text with a length: a buffer of that length, contents unspecified.
+  CString sized(static_cast<const char*>(nullptr), 5);
+  EXPECT_EQ(sized.GetLength(), 5);
+  EXPECT_EQ(static_cast<const unsigned short*>(sized)[5], 0);
+  // Text that does not convert: the buffer as allocated.
+  CString broken("ab\xFF");
+  EXPECT_EQ(broken.GetLength(), 3);
+  EXPECT_SOUND(broken);
+
+  CString s = Make(u"keep");
+  s = "ab\xFF";  // does not convert: unchanged
+  EXPECT_EQ(Text(s), u"keep");
+  s = "new";
+  EXPECT_EQ(Text(s), u"new");
+  s = static_cast<const char*>(nullptr);
+  EXPECT_TRUE(s.IsEmpty());
+  // A converted string's cached platform string is the converted one.
+  CString t("cached");
+  CFStringRef r = t.GetCFStringRef(0);
+  EXPECT_EQ(PlatformText(r), u"cached");
+  t.ReleaseCFStringRef(r);
+}
+
+TEST_F(Bridges, FreeCrossingFunctions) {
+  CFStringRef s = Platform(u"abcdef");
+  unsigned short wide[8];
+  std::memset(wide, 0xFF, sizeof wide);
+  CFStringGetLPWSTR(s, wide, 3, 0);
+  EXPECT_EQ(CText(wide), u"abc");
+  CFStringGetLPWSTR(s, wide, 100, 0);
+  EXPECT_EQ(CText(wide), u"abcdef");
+  CFStringGetLPWSTR(nullptr, wide, 3, 0);
+  EXPECT_EQ(wide[0], 0);
+
+  char narrow[8];
+  EXPECT_TRUE(CFStringGetLPSTR(s, narrow, sizeof narrow, static_cast<unsigned long>(-1)));
+  EXPECT_STREQ(narrow, "abcdef");
+  EXPECT_FALSE(CFStringGetLPSTR(s, narrow, 6, static_cast<unsigned long>(-1)));
+  EXPECT_FALSE(CFStringGetLPSTR(nullptr, narrow, 8, static_cast<unsigned long>(-1)));
+  EXPECT_EQ(narrow[0], 0);
+  P::ReleaseObject(s);
+
+  EXPECT_EQ(CFStringCreateWithLPCSTR(nullptr, 0, static_cast<unsigned long>(-1)), nullptr);
+  EXPECT_EQ(CFStringCreateWithLPCWSTR(nullptr, 3, 0), nullptr);
+  CFStringRef a = CFStringCreateWithLPCSTR("x\xC3\xA9y", 1, static_cast<unsigned long>(-1));
+  EXPECT_EQ(PlatformText(a), u"x\u00E9y");
+  CFStringRef ascii = CFStringCreateWithLPCSTRNoCopy("plain", 0, P::kEncodingASCII);
+  EXPECT_EQ(PlatformText(ascii), u"plain");
+  EXPECT_EQ(CFStringCreateWithLPCSTR("\xC3", 0, static_cast<unsigned long>(-1)), nullptr);
+  const U16 text = W(std::u16string_view(u"ab\0cd", 5));
+  CFStringRef scanned = CFStringCreateWithLPCWSTR(text.c_str(), -1, 0);
+  EXPECT_EQ(PlatformText(scanned), u"ab");
+  CFStringRef counted = CFStringCreateWithLPCWSTR(text.c_str(), 5, 0);
+  EXPECT_EQ(P::StringLength(counted), 5);
+  CFStringRef borrowed = CFStringCreateWithLPCWSTRNoCopy(text.c_str(), 4, 0);
+  EXPECT_EQ(P::StringCharacters(borrowed), text.c_str());
+  for (CFStringRef r : {a, ascii, scanned, counted, borrowed}) P::ReleaseObject(r);
+}
+
+TEST_F(Bridges, ToMacAndFromMac) {
+  struct Row {
+    std::u16string text;
+    long size;
+    std::string expected;  // the length-prefixed result's bytes without the prefix
+  };
+  const Row rows[] = {
+      {u"abc", 10, "abc"},
+      {u"abcdefgh", 10, "abcdefgh"},           // 8 bytes fit in the host's 9
+      {u"abcdefghi", 10, ""},                  // 9 units: the host has no room
+      {u"abcdefghijklmnopqrst", 10, ""},       // cut to 9 units first, then no room
+      {u"caf\u00E9", 10, "caf\xC3\xA9"},
+      {std::u16string(254, u'x'), 256, std::string(254, 'x')},
+      {std::u16string(255, u'x'), 256, ""},    // the host sees 255 bytes
+      {u"", 256, ""},
+  };
+  for (const Row& row : rows) {
+    std::vector<unsigned char> target(static_cast<size_t>(row.size), 0xAA);
+    CString s = Make(row.text);
+    s.ToMac(target.data(), row.size);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(target.data() + 1), target[0]), row.expected)
+        << row.text.size() << " units, size " << row.size;
+    if (!row.expected.empty()) {
+      CString back;
+      back.FromMac(target.data());
+      EXPECT_EQ(Text(back), row.text);
+    }
+  }
+  CString s = Make(u"x");
+  s.FromMac(nullptr);
+  EXPECT_TRUE(s.IsEmpty());
+  const unsigned char bad[] = {2, 0xC3, 0x28};
+  s = Make(u"x");
+  s.FromMac(bad);
+  EXPECT_TRUE(s.IsEmpty());
+}
+
+TEST_F(Bridges, HFSUniStr255) {
+  struct Row {
+    std::u16string text;
+    unsigned short length;
+    bool terminated;  // a zero unit right behind the length
+  };
+  const Row rows[] = {
+      {std::u16string(300, u'a'), 255, false},
+      {std::u16string(255, u'a'), 255, false},
+      {std::u16string(254, u'a'), 254, true},
+      {u"", 0, true},
+  };
+  for (const Row& row : rows) {
+    HFSUniStr255 record;
+    std::memset(&record, 0x7F, sizeof record);
+    Make(row.text).GetHFSUniStr255(&record);
+    EXPECT_EQ(record.length, row.length);
+    for (unsigned i = 0; i < row.length; ++i) ASSERT_EQ(record.unicode[i], u'a') << i;
+    if (row.length < 255) {
+      EXPECT_EQ(record.unicode[row.length] == 0, row.terminated);
+    }
+    CString back;
+    back.SetFromHFSUniStr255(&record);
+    EXPECT_EQ(Text(back), row.text.substr(0, 255));
+  }
+  // A zero unit stops the copy; the length field stays.
+  HFSUniStr255 record;
+  std::memset(&record, 0x7F, sizeof record);
+  Make(std::u16string_view(u"ab\0cd", 5)).GetHFSUniStr255(&record);
+  EXPECT_EQ(record.length, 5);
+  EXPECT_EQ(std::u16string(record.unicode, record.unicode + 6), std::u16string(u"ab\0\0\0\0", 6));
+  CString back;
+  back.SetFromHFSUniStr255(&record);
+  EXPECT_EQ(Text(back), std::u16string(u"ab\0\0\0", 5));
+  back.GetHFSUniStr255(nullptr);
+  back.SetFromHFSUniStr255(nullptr);
+  EXPECT_EQ(back.GetLength(), 5);
+}
+
+TEST_F(Bridges, Handles) {
+  // Unicode handles: exact both ways; an odd last byte is dropped.
+  char** h = P::NewMovableBlock(5);
+  std::memcpy(*h, "a\0b\0c", 5);
+  CString s;
+  EXPECT_TRUE(s.LoadUnicodeString(h));
+  EXPECT_EQ(Text(s), u"ab");
+  P::DisposeMovableBlock(h);
+
+  char** made = nullptr;
+  const CString text = Make(std::u16string_view(u"x\0y", 3));
+  EXPECT_FALSE(text.UnloadUnicodeString(&made));
+  ASSERT_NE(made, nullptr);
+  EXPECT_EQ(P::MovableBlockSize(made), 6u);
+  EXPECT_TRUE(Make(u"longer text").UnloadUnicodeString(&made));
+  EXPECT_EQ(P::MovableBlockSize(made), 22u);
+  CString back;
+  EXPECT_TRUE(back.LoadUnicodeString(made));
+  EXPECT_EQ(Text(back), u"longer text");
+  P::DisposeMovableBlock(made);
+
+  // Narrow handles: no terminator written; the reader stops at a zero byte
+  // or at the block's end.
+  char** narrow = nullptr;
+  EXPECT_FALSE(Make(u"abc").UnloadString(&narrow));
+  ASSERT_NE(narrow, nullptr);
+  EXPECT_EQ(P::MovableBlockSize(narrow), 3u);
+  EXPECT_EQ(std::string(*narrow, 3), "abc");
+  EXPECT_TRUE(Make(u"").UnloadString(&narrow));
+  EXPECT_EQ(P::MovableBlockSize(narrow), 0u);
+  EXPECT_TRUE(Make(u"hello").UnloadString(&narrow));
+  EXPECT_EQ(P::MovableBlockSize(narrow), 5u);
+  EXPECT_TRUE(back.LoadString(narrow));
+  EXPECT_EQ(Text(back), u"hello");
+  P::ResizeMovableBlock(narrow, 8);
+  std::memcpy(*narrow, "hi\0there", 8);
+  EXPECT_TRUE(back.LoadString(narrow));
+  EXPECT_EQ(Text(back), u"hi");
+  P::DisposeMovableBlock(narrow);
+  char** empty = nullptr;
+  EXPECT_FALSE(CString().UnloadString(&empty));
+  EXPECT_EQ(P::MovableBlockSize(empty), 0u);
+  P::DisposeMovableBlock(empty);
+
+  back = Make(u"stays");
+  EXPECT_FALSE(back.LoadString(static_cast<char**>(nullptr)));
+  EXPECT_FALSE(back.LoadUnicodeString(nullptr));
+  EXPECT_EQ(Text(back), u"stays");
+}
+
+TEST_F(Bridges, NamedResources) {
+  const unsigned long type = P::ResourceType("TEXT");
+  const unsigned char name[] = {5, 'g', 'r', 'e', 'e', 't'};
+  CString s = Make(u"keep");
+  // No current file: nothing to load, nothing kept.
+  EXPECT_FALSE(s.LoadString(type, name, false));
+  EXPECT_FALSE(Make(u"lost").UnloadString(type, name, true));
+
+  const P::ResourceFileRef file = P::CreateResourceFile(nullptr);
+  ASSERT_NE(file, 0);
+  EXPECT_FALSE(Make(u"hello").UnloadString(type, name, true));  // added
+  const auto entries = P::ListResources(file);
+  ASSERT_EQ(entries.size(), 1u);
+  EXPECT_EQ(entries[0].id, 128);
+  EXPECT_EQ(entries[0].name, "greet");
+  EXPECT_TRUE(s.LoadString(type, name, true));
+  EXPECT_EQ(Text(s), u"hello");
+  EXPECT_TRUE(Make(u"bye").UnloadString(type, CString("greet"), true));  // changed in place
+  EXPECT_EQ(P::ListResources(file).size(), 1u);
+  EXPECT_TRUE(s.LoadString(type, CString("greet"), true));
+  EXPECT_EQ(Text(s), u"bye");
+
+  // Narrow form, read back through a terminator added to the block.
+  EXPECT_FALSE(Make(u"narrow").UnloadString(type, CString("n"), false));
+  EXPECT_TRUE(s.LoadString(type, CString("n"), false));
+  EXPECT_EQ(Text(s), u"narrow");
+  EXPECT_EQ(P::ListResources(file)[1].id, 129);
+}
+
+TEST_F(Bridges, NumericValues) {
+  struct Row {
+    std::u16string text;
+    int integer;
+    double real;
+  };
+  const Row rows[] = {
+      {u"42", 42, 42.0}, {u" -3.5", -3, -3.5}, {u"", 0, 0.0}, {u"x1", 0, 0.0}, {u"1e3", 1, 1000.0},
+  };
+  for (const Row& row : rows) {
+    const CString s = Make(row.text);
+    EXPECT_EQ(s.GetIntValue(), row.integer);
+    EXPECT_DOUBLE_EQ(s.GetDoubleValue(), row.real);
+    // The values go through the cached platform string.
+    if (!row.text.empty()) {
+      EXPECT_NE(s.GetData()->cachedCFString, nullptr);
+    }
+  }
+}
+
+}  // namespace
