@@ -1,0 +1,57 @@
+// Formatting into a CString on libtiwa's printf, the empty FormatMessage
+// pair, and the small number writers.
+#include <cstdarg>
+#include <cstdio>
+
+#include "tiwa/tiwa"
+#include "vesk/string/buffer_ops.h"
+#include "vesk/string/cstring"
+
+void CString::FormatV(const unsigned short* format, va_list arguments) {
+  static const unsigned short kNoUnits[1] = {0};
+  if (format == nullptr) format = kNoUnits;
+  CString hold;
+  if (format >= m_chars && format <= m_chars + GetData()->capacity) {
+    hold = CString(format);  // the format lies in this buffer, which is about to change
+    format = hold;
+  }
+  const int size = Vesk::StringBuffers::CheckedSum(tiwa_estimateformatsize(format, arguments), 1);
+  unsigned short* buffer = GetBuffer(size);
+  tiwa_vswprintf(buffer, static_cast<size_t>(size), format, arguments);
+  ReleaseBuffer(-1);
+}
+
+void CString::Format(const unsigned short* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  FormatV(format, arguments);
+  va_end(arguments);
+}
+
+void CString::Format(unsigned int id, ...) {
+  // Until string resources are wired in, the format text is what loading a
+  // number that no store knows gives: its own decimal digits ("%d", cut to
+  // nine characters).
+  char digits[10];
+  std::snprintf(digits, sizeof digits, "%d", static_cast<int>(id));
+  unsigned short format[10];
+  inflateAsciiToLPTSTR(digits, format, 10);
+  va_list arguments;
+  va_start(arguments, id);
+  FormatV(format, arguments);
+  va_end(arguments);
+}
+
+void CString::FormatMessage(const unsigned short*, ...) {}
+
+void CString::FormatMessage(unsigned int, ...) {}
+
+char* _ltoa(long value, char* target, int radix) {
+  if (radix == 10) std::sprintf(target, "%ld", value);
+  return target;
+}
+
+char* itoa(int value, char* target, unsigned int size) {
+  std::snprintf(target, size, "%d", value);
+  return target;
+}
