@@ -29,13 +29,8 @@ void CString::Format(const unsigned short* format, ...) {
 }
 
 void CString::Format(unsigned int id, ...) {
-  // Until string resources are wired in, the format text is what loading a
-  // number that no store knows gives: its own decimal digits ("%d", cut to
-  // nine characters).
-  char digits[10];
-  std::snprintf(digits, sizeof digits, "%d", static_cast<int>(id));
-  unsigned short format[10];
-  inflateAsciiToLPTSTR(digits, format, 10);
+  CString format;
+  format.LoadString(id);  // the result is not looked at
   va_list arguments;
   va_start(arguments, id);
   FormatV(format, arguments);
