@@ -203,7 +203,9 @@ unsigned short* CString::LockBuffer() {
 
 void CString::UnlockBuffer() {
   CStringData* data = GetData();
-  if (!IsNil(data)) StoreCount(data, 1);
+  // Only a locked buffer changes: storing 1 into a shared one would let a
+  // write through one owner show through the others, and free it twice.
+  if (!IsNil(data) && LoadCount(data) < 0) StoreCount(data, 1);
 }
 
 void CString::FreeExtra() {
