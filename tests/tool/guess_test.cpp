@@ -150,6 +150,8 @@ TEST(ToolPath, ThreeNotations) {
   EXPECT_EQ(RunTool({"path", "--unix", "--mac", "file:///x/y"}).out, "/x/y\tx:y\n");
   EXPECT_EQ(RunTool({"path", "--mac", "--json", "file://localhost/usr/a"}).out,
             "{\"mac\":\"Root:usr:a\",\"uri\":\"file://localhost/usr/a\"}\n");
+  EXPECT_EQ(RunTool({"path", "--mac", "--root-volume", "Main Disk", "file://localhost/usr/a"}).out,
+            "Main Disk:usr:a\n");
 }
 
 TEST(ToolPath, BadInputIsReportedAndTheRestGoesOn) {

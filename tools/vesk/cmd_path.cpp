@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/vesk/command.h"
+#include "vesk/platform/colon_paths"
 #include "vesk/uri/uri"
 
 namespace {
@@ -15,11 +16,13 @@ struct PathOptions {
   bool win = false;
   bool slash = false;
   bool mac = false;
+  std::string rootVolume;
   bool json = false;
 };
 
 void RunPath(PathOptions options) {
   if (!options.win && !options.slash && !options.mac) options.win = options.slash = options.mac = true;
+  if (!options.rootVolume.empty()) Vesk::SetColonPathRootVolume(options.rootVolume);
   for (const std::string& text : vesktool::ItemsOrStdin(options.uris)) {
     const Vesk::URI uri(text);
     if (!uri.IsValidURI()) {
@@ -59,6 +62,9 @@ const vesktool::CommandRegistrar reg("path", [](CLI::App& app) {
   cmd->add_flag("--win", options->win, "Windows path (drive letters, backslashes, \\\\server\\share)");
   cmd->add_flag("--unix", options->slash, "Unix path (also what the library's default conversion gives)");
   cmd->add_flag("--mac", options->mac, "Colon path (Volume:dir:file)");
+  cmd->add_option("--root-volume", options->rootVolume,
+                  std::string("Name of the root volume in the colon path of a file://localhost URI (default \"") +
+                      Vesk::kDefaultColonPathRootVolume + "\")");
   cmd->add_flag("--json", options->json, "One JSON object per item: uri and one key per notation");
   cmd->callback([options] { RunPath(*options); });
 });
