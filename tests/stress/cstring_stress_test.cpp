@@ -1,0 +1,171 @@
+#include "vesk/string/cstring"
+
+#include <atomic>
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "vesk/string/cstring_check.h"
+#include "vesk/string/pools.h"
+
+namespace {
+
+constexpr int kThreads = 8;
+
+// Starts all threads' work at once, to make the races likely.
+class StartLine {
+ public:
+  void Arrive() {
+    ready_.fetch_add(1);
+    while (ready_.load() < kThreads) std::this_thread::yield();
+  }
+
+ private:
+  std::atomic<int> ready_{0};
+};
+
+// The text a worker makes: a tag unit naming it, then `length - 1` letters.
+std::basic_string<unsigned short> Pattern(int tag, int length) {
+  std::basic_string<unsigned short> s(static_cast<size_t>(length), 0);
+  s[0] = static_cast<unsigned short>(0x4000 + tag);
+  for (int i = 1; i < length; ++i) s[static_cast<size_t>(i)] = static_cast<unsigned short>(u'a' + (tag + i) % 26);
+  return s;
+}
+
+bool Holds(const CString& s, const std::basic_string<unsigned short>& text) {
+  return s.GetLength() == static_cast<int>(text.size()) &&
+         std::equal(text.begin(), text.end(), static_cast<const unsigned short*>(s));
+}
+
+void RunThreads(const std::function<void(int)>& work) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) threads.emplace_back(work, t);
+  for (std::thread& t : threads) t.join();
+}
+
+TEST(CStringThreads, CopiesOfOneStringComeBackToOneCount) {
+  for (int length : {10, 300, 2000}) {
+    const std::basic_string<unsigned short> text = Pattern(1, length);
+    const CString shared(text.data(), length);
+    const unsigned short* const buffer = shared;
+    std::atomic<int> bad{0};
+    StartLine start;
+    RunThreads([&](int t) {
+      start.Arrive();
+      for (int i = 0; i < 4000; ++i) {
+        CString copy(shared);
+        CString second;
+        second = copy;
+        if (static_cast<const unsigned short*>(second) != buffer) bad.fetch_add(1);
+        if (i % 16 == t) {
+          // A write through one copy leaves the shared buffer alone.
+          second.SetAt(0, u'!');
+          if (!Holds(copy, text) || second[0] != u'!') bad.fetch_add(1);
+        }
+      }
+    });
+    EXPECT_EQ(bad.load(), 0) << length;
+    EXPECT_EQ(shared.GetData()->refCount, 1) << length;
+    EXPECT_TRUE(Holds(shared, text));
+  }
+}
+
+TEST(CStringThreads, EverySizeClassMadeCopiedAppendedAndFreedAcrossThreads) {
+  static const int kLengths[] = {1, 40, 64, 65, 100, 128, 129, 200, 256, 257, 400, 512, 513, 900};
+  struct Parcel {
+    CString text;
+    int tag, length;
+  };
+  std::mutex exchange_lock;
+  std::vector<Parcel> exchange;  // strings handed to other threads to check and destroy
+  std::atomic<int> bad{0};
+  StartLine start;
+  RunThreads([&](int t) {
+    std::mt19937 random(static_cast<uint32_t>(t + 1));
+    start.Arrive();
+    for (int i = 0; i < 1500; ++i) {
+      const int length = kLengths[random() % (sizeof kLengths / sizeof kLengths[0])];
+      const auto text = Pattern(t, length);
+      CString s(text.data(), length);
+      CString copy(s);
+      const CString tail = s.Right(length / 2);
+      copy += tail;  // unshares into the class of the sum
+      s += static_cast<unsigned short>(u'.');
+      if (!Holds(copy, text + text.substr(text.size() - static_cast<size_t>(length / 2))) ||
+          !Holds(s, text + static_cast<unsigned short>(u'.')) || !Vesk::CheckCString(copy).empty() ||
+          !Vesk::CheckCString(s).empty())
+        bad.fetch_add(1);
+      Parcel mine{copy, t, length};
+      std::vector<Parcel> theirs;
+      {
+        std::lock_guard<std::mutex> hold(exchange_lock);
+        if (random() % 2 == 0) exchange.push_back(mine);
+        if (!exchange.empty() && random() % 2 == 0) {
+          theirs.push_back(exchange.back());
+          exchange.pop_back();
+        }
+      }
+      for (const Parcel& p : theirs) {
+        const auto expected = Pattern(p.tag, p.length);
+        if (!Holds(p.text, expected + expected.substr(expected.size() - static_cast<size_t>(p.length / 2))))
+          bad.fetch_add(1);
+      }
+      // `theirs` dies here: blocks made on other threads go back from this one.
+    }
+  });
+  exchange.clear();
+  EXPECT_EQ(bad.load(), 0);
+  for (int cls = 0; cls < Vesk::StringPools::kClassCount; ++cls) {
+    auto& lock = Vesk::StringPools::PoolLock(cls);
+    lock.lock();
+    const CFixedAlloc* pool = Vesk::StringPools::PoolPointer(cls);
+    ASSERT_NE(pool, nullptr);
+    EXPECT_EQ(Vesk::CheckPool(*pool), "") << cls;
+    lock.unlock();
+  }
+}
+
+TEST(CStringThreads, FirstUseOfAPoolFromManyThreadsCreatesOne) {
+  // Swap the largest class's pool out for the run, so that its creation
+  // races, and put it back afterwards. No other string of that class lives.
+  const int cls = 3;
+  auto& lock = Vesk::StringPools::PoolLock(cls);
+  lock.lock();
+  CFixedAlloc* saved = Vesk::StringPools::PoolPointer(cls);
+  Vesk::StringPools::PoolPointer(cls) = nullptr;
+  lock.unlock();
+
+  std::vector<std::vector<CString>> made(kThreads);
+  std::atomic<int> bad{0};
+  StartLine start;
+  RunThreads([&](int t) {
+    const auto text = Pattern(t, 300);
+    start.Arrive();
+    for (int i = 0; i < 100; ++i) made[static_cast<size_t>(t)].emplace_back(text.data(), 300);
+    for (const CString& s : made[static_cast<size_t>(t)])
+      if (!Holds(s, text)) bad.fetch_add(1);
+  });
+  EXPECT_EQ(bad.load(), 0);
+  // Every block lies in the one pool now installed: a second pool made by a
+  // losing thread would hold blocks outside it.
+  for (const auto& strings : made)
+    for (const CString& s : strings) EXPECT_EQ(Vesk::CheckCString(s), "");
+  made.clear();
+
+  lock.lock();
+  CFixedAlloc* created = Vesk::StringPools::PoolPointer(cls);
+  EXPECT_EQ(Vesk::CheckPool(*created), "");
+  EXPECT_EQ(Vesk::PlexCount(*created), (kThreads * 100 + 63) / 64);
+  Vesk::StringPools::PoolPointer(cls) = saved;
+  lock.unlock();
+  delete created;
+}
+
+}  // namespace
