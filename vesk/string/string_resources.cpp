@@ -14,8 +14,10 @@
 #include "vesk/platform/localized_strings"
 #include "vesk/platform/resources"
 #include "vesk/string/cstring"
+#include "vesk/string/string_sources"
 
 namespace P = Vesk::Platform;
+using Vesk::StringSource;
 
 char** gStrResTable = nullptr;
 unsigned char gStrResTableInited = 0;
@@ -41,6 +43,15 @@ constexpr unsigned long kTableType = P::ResourceType("STRm");
 constexpr int kRecordSize = 4;
 constexpr unsigned int kStringsPerList = 500;
 constexpr unsigned int kFirstList = 200;
+
+// What answered this thread's last load, for LastStringSource.
+thread_local StringSource tLastSource = StringSource::kNone;
+thread_local std::string tLastTable;
+
+void Answered(StringSource source) {
+  tLastSource = source;
+  tLastTable.clear();
+}
 
 // Releases a platform object when it goes out of scope.
 struct Owned {
@@ -110,6 +121,7 @@ bool CString::LoadString(unsigned int id) {
 
   LoadStringSlot& slot = gLoadStringCache[Vesk::StringResources::SlotIndex(id)];
   if (slot.id == id && id != 0) {
+    Answered(StringSource::kCache);
     *this = slot.text;
     return slot.found != 0;
   }
@@ -131,6 +143,7 @@ bool CString::LoadString(unsigned int id) {
       unsigned char text[256] = {0};
       P::CopyListedString(text, static_cast<short>(place / kStringsPerList + kFirstList),
                           static_cast<short>(place % kStringsPerList + 1));
+      Answered(StringSource::kListTable);
       if (text[0] == 0) {
         // An empty item ends the search; this string keeps its text.
         slot.text = *this;
@@ -147,6 +160,7 @@ bool CString::LoadString(unsigned int id) {
   }
 
   if (LoadSingleString(*this, id)) {
+    Answered(StringSource::kSingleString);
     slot.text = *this;
     slot.found = 1;
     return true;
@@ -159,13 +173,19 @@ bool CString::LoadString(unsigned int id) {
   Owned key(P::CreateStringFromBytes(digits, P::kEncodingASCII));
   const auto key_string = static_cast<CFStringRef>(key.object);
   CFTypeRef answer = P::CopyLocalizedString(key_string, key_string, nullptr);
+  Answered(answer == key.object ? StringSource::kOwnDigits : StringSource::kMainTable);
   if (m_arrayOfStringTables != nullptr && answer == key.object) {
     const long tables = P::ArrayCount(m_arrayOfStringTables);
     for (long i = 0; i < tables; ++i) {
       P::ReleaseObject(answer);
-      answer = P::CopyLocalizedString(key_string, key_string,
-                                      static_cast<CFStringRef>(P::ArrayValueAt(m_arrayOfStringTables, i)));
-      if (answer != key.object) break;
+      const auto table = static_cast<CFStringRef>(P::ArrayValueAt(m_arrayOfStringTables, i));
+      answer = P::CopyLocalizedString(key_string, key_string, table);
+      if (answer != key.object) {
+        Answered(StringSource::kNamedTable);
+        char name[256];
+        if (P::CopyStringBytes(table, name, sizeof name, P::kEncodingASCII)) tLastTable = name;
+        break;
+      }
     }
   }
   Owned held(answer);
@@ -177,8 +197,10 @@ bool CString::LoadString(unsigned int id) {
   if (slot.found) return true;
 
   // Only a table that maps the key to an empty text gets here.
+  Answered(StringSource::kEmpty);
   if (id >= 2000 && id <= 20000) return false;
   if (LoadSingleString(*this, id)) {
+    Answered(StringSource::kSingleString);
     slot.text = *this;
     slot.found = 1;
     return true;
@@ -192,3 +214,33 @@ void CString::AddStringTableForSearch(const char* tableName) {
   if (m_arrayOfStringTables == nullptr) m_arrayOfStringTables = P::CreateMutableArray();
   P::AppendToArray(m_arrayOfStringTables, name.object);
 }
+
+namespace Vesk {
+
+StringSource LastStringSource() { return tLastSource; }
+
+std::string LastStringTable() { return tLastTable; }
+
+const char* StringSourceName(StringSource source) {
+  switch (source) {
+    case StringSource::kNone:
+      return "none";
+    case StringSource::kCache:
+      return "cache";
+    case StringSource::kListTable:
+      return "list";
+    case StringSource::kSingleString:
+      return "single";
+    case StringSource::kMainTable:
+      return "main";
+    case StringSource::kNamedTable:
+      return "named";
+    case StringSource::kOwnDigits:
+      return "digits";
+    case StringSource::kEmpty:
+      return "empty";
+  }
+  return "none";
+}
+
+}  // namespace Vesk
