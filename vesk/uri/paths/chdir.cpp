@@ -1,6 +1,7 @@
 // Moving a URI by a reference: the one place where references are resolved
 // against a base and where "." and ".." get their meaning.
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vesk/uri/uri"
@@ -9,17 +10,26 @@ namespace Vesk {
 
 namespace {
 
-bool StartsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }
+bool IsDot(const std::string& segment) { return segment.size() == 1 && segment[0] == '.'; }
+
+bool IsDotDot(const std::string& segment) {
+  return segment.size() == 2 && segment[0] == '.' && segment[1] == '.';
+}
 
 }  // namespace
 
 bool URI::ChDir(StringProxy reference, bool escape) {
-  std::string ref = escape ? std::string(Escape(reference)) : std::string(reference);
+  std::string ref;
+  if (escape) {
+    ref = Escape(reference);
+  } else {
+    ref.swap(reference);
+  }
   if (ref.empty()) return true;
 
   // A network-path reference keeps only the scheme: the whole object is
   // parsed anew, which fails (leaving a blank URI) when there is no scheme.
-  if (StartsWith(ref, "//")) {
+  if (ref.size() >= 2 && ref[0] == '/' && ref[1] == '/') {
     ParseURI(std::string(GetScheme()) + ":" + ref);
     return true;
   }
@@ -74,12 +84,12 @@ bool URI::ChDir(StringProxy reference, bool escape) {
   merged.reserve(ownSegments.size() + targetSegments.size());
   bool dot = false;
   auto step = [&](std::string& segment) {
-    if (segment == ".") {
+    if (IsDot(segment)) {
       dot = true;
-    } else if (segment == "..") {
+    } else if (IsDotDot(segment)) {
       dot = true;
       if (!merged.empty()) {
-        if (merged.back() == "..") {
+        if (IsDotDot(merged.back())) {
           merged.push_back(std::move(segment));
         } else {
           merged.pop_back();

@@ -17,6 +17,10 @@ void URI::SplitPath(const std::string& path, std::vector<std::string>& segments,
   if (leadingSlash) ++begin;
   trailingSlash = end > begin && path[end - 1] == '/';
   if (trailingSlash) --end;
+  // Count the non-empty pieces first, so that the list grows once.
+  size_t pieces = 0;
+  for (size_t i = begin; i < end; ++i) pieces += path[i] != '/' && (i == begin || path[i - 1] == '/');
+  segments.reserve(segments.size() + pieces);
   while (begin < end) {
     const void* hit = std::memchr(path.data() + begin, '/', end - begin);
     const size_t slash = hit ? static_cast<size_t>(static_cast<const char*>(hit) - path.data()) : end;
