@@ -1,0 +1,70 @@
+// ForceEscape on the parse of any bytes.
+//
+// Checked: a second ForceEscape changes nothing, neither fields nor flags;
+// afterwards the fragment, port and query are canonical (escaping their plain
+// form gives them back), and user information is left as parsed.
+//
+// One exception is by design: a server with two or more colons is stored
+// unescaped, and unless it is a whole "[...]" address it is also read back
+// through Unescape, so each pass decodes its escapes once more. For such a
+// server only the other fields are compared.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "vesk/uri/invariants.h"
+#include "vesk/uri/uri"
+
+namespace {
+
+using Vesk::URI;
+
+void Require(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "property violated: %s\n", what);
+    std::abort();
+  }
+}
+
+bool Same(const URI& a, const URI& b) {
+  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
+         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
+         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
+         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  URI uri{URI::StringProxy(text)};
+  Require(Vesk::uri_internal::URIShapeError(uri).empty(), "parse leaves one of the four shapes");
+  const std::string userBefore = uri.m_Username;
+  const std::string passwordBefore = uri.m_Password;
+  const bool hierarchical = uri.IsHierarchical();
+
+  uri.ForceEscape();
+  const URI once(uri);
+  uri.ForceEscape();
+  const bool serverDecodesAgain =
+      URI::IsIPv6(once.m_Server) && once.m_Server.find('%') != std::string::npos &&
+      !(once.m_Server.size() > 2 && once.m_Server.front() == '[' && once.m_Server.back() == ']');
+  if (serverDecodesAgain) {
+    URI withOldServer(uri);
+    withOldServer.m_Server = once.m_Server;
+    Require(Same(withOldServer, once), "ForceEscape twice equals once, but for the server");
+  } else {
+    Require(Same(uri, once), "ForceEscape twice equals once");
+  }
+
+  if (hierarchical) {
+    Require(uri.m_Username == userBefore && uri.m_Password == passwordBefore,
+            "user information is not passed through");
+    Require(URI::Escape(uri.GetFragment()) == uri.m_Fragment, "the fragment is canonical");
+    Require(URI::Escape(uri.GetServerPort()) == uri.m_Port, "the port is canonical");
+  }
+  Require(URI::Escape(uri.GetQuery(true)) == uri.m_Query, "the query is canonical");
+  return 0;
+}
