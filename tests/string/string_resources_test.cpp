@@ -20,6 +20,7 @@
 #include "vesk/platform/locale_facts"
 #include "vesk/platform/resources"
 #include "vesk/string/cstring"
+#include "vesk/string/string_sources"
 
 #ifndef VESK_TEST_LOCALE_DIR
 #error "VESK_TEST_LOCALE_DIR names the compiled test catalogs"
@@ -168,31 +169,39 @@ TEST_F(StringResources, StoresInTheirOrder) {
     unsigned int id;
     bool found;
     std::u16string text;
+    Vesk::StringSource source;
     const char* why;
   };
+  using S = Vesk::StringSource;
   const Row rows[] = {
-      {100, true, u"list 200 item 1", "place 0: list 200, item 1"},
-      {102, true, u"list 200 item 500", "place 499: list 200, item 500"},
-      {101, true, u"list 201 item 1", "place 500: list 201, item 1"},
-      {200, true, u"table two hundred", "the table wins over the bundle"},
-      {300, true, u"single three hundred", "a single string"},
-      {302, true, u"short", "a length prefix past the block is cut to it"},
-      {400, true, u"bundle four hundred", "the main table before the named ones"},
-      {401, true, u"bundle caf\u00E9", "the bundle's text is converted"},
-      {500, true, u"first table 500", "named tables in the order added"},
-      {501, true, u"first table 501", "first named table"},
-      {502, true, u"second table 502", "second named table"},
-      {1234, true, u"1234", "found nowhere: its own digits, and true"},
-      {0x10064, true, u"list 200 item 1", "the table by the low 16 bits"},
-      {0x1FFFF, true, u"single minus one", "single strings by the low 16 bits, signed"},
-      {70000, true, u"bundle seventy thousand", "the bundle by the full number"},
-      {4000000000u, true, u"-29496729", "printed with %d, cut to 9 characters"},
+      {100, true, u"list 200 item 1", S::kListTable, "place 0: list 200, item 1"},
+      {102, true, u"list 200 item 500", S::kListTable, "place 499: list 200, item 500"},
+      {101, true, u"list 201 item 1", S::kListTable, "place 500: list 201, item 1"},
+      {200, true, u"table two hundred", S::kListTable, "the table wins over the bundle"},
+      {300, true, u"single three hundred", S::kSingleString, "a single string"},
+      {302, true, u"short", S::kSingleString, "a length prefix past the block is cut to it"},
+      {400, true, u"bundle four hundred", S::kMainTable, "the main table before the named ones"},
+      {401, true, u"bundle caf\u00E9", S::kMainTable, "the bundle's text is converted"},
+      {500, true, u"first table 500", S::kNamedTable, "named tables in the order added"},
+      {501, true, u"first table 501", S::kNamedTable, "first named table"},
+      {502, true, u"second table 502", S::kNamedTable, "second named table"},
+      {1234, true, u"1234", S::kOwnDigits, "found nowhere: its own digits, and true"},
+      {0x10064, true, u"list 200 item 1", S::kListTable, "the table by the low 16 bits"},
+      {0x1FFFF, true, u"single minus one", S::kSingleString, "single strings by the low 16 bits, signed"},
+      {70000, true, u"bundle seventy thousand", S::kMainTable, "the bundle by the full number"},
+      {4000000000u, true, u"-29496729", S::kOwnDigits, "printed with %d, cut to 9 characters"},
+      {300, true, u"single three hundred", S::kCache, "a repeated number"},
   };
   for (const Row& row : rows) {
     const Load got = LoadInto(row.id, u"before");
     EXPECT_EQ(got.found, row.found) << row.id << ": " << row.why;
     EXPECT_EQ(got.text, row.text) << row.id << ": " << row.why;
+    EXPECT_STREQ(Vesk::StringSourceName(Vesk::LastStringSource()), Vesk::StringSourceName(row.source))
+        << row.id << ": " << row.why;
   }
+  gStrResTableInited = 0;  // a fresh cache
+  LoadInto(502);
+  EXPECT_EQ(Vesk::LastStringTable(), "vesknamed2");
 }
 
 TEST_F(StringResources, EmptyListItemStopsTheSearch) {
@@ -279,6 +288,14 @@ TEST_F(StringResources, TableRecordsAndHelpers) {
   EXPECT_GT(StrResCmp(b, a), 0);
   EXPECT_EQ(StrResCmp(a, c), 0);  // the place is not compared
   EXPECT_EQ(CheckStrResTableForDups(*gStrResTable, static_cast<int>(NumStrRes())), 0);
+}
+
+TEST_F(StringResources, FormatWithAStringNumber) {
+  CString s;
+  s.Format(301u, 5);
+  EXPECT_EQ(Text(s), u"5 items");
+  s.Format(1234u);  // no store: the digits are the format
+  EXPECT_EQ(Text(s), u"1234");
 }
 
 TEST_F(StringResources, NumbersInPlaceOfPointers) {
