@@ -112,7 +112,9 @@ TEST(NormalizeEncoding, AsciiTripsUnchangedInCommonCharsets) {
       EXPECT_EQ(encoded.size(), 1u);
       EXPECT_EQ(Vesk::Transcoder::EncodingToUTF8(encoded, charset), one);
       // Reading skips the conversion only for printable ASCII.
-      if (c >= 0x20 && c < 0x7F) EXPECT_EQ(Vesk::Transcoder::EncodingToUTF8(one, charset), one);
+      if (c >= 0x20 && c < 0x7F) {
+        EXPECT_EQ(Vesk::Transcoder::EncodingToUTF8(one, charset), one);
+      }
     }
   }
 }
