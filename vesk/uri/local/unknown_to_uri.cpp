@@ -2,6 +2,7 @@
 // of textual guesses: the first that matches decides, and the order of the
 // guesses is the whole algorithm.
 #include <string>
+#include <string_view>
 
 #include "vesk/uri/uri"
 
@@ -9,26 +10,24 @@ namespace Vesk {
 
 namespace {
 
-// The bytes of `text` from `pos` on, at most `count` of them; what lies behind
-// the end of the text is empty.
-std::string Bytes(const std::string& text, size_t pos, size_t count) {
-  return pos >= text.size() ? std::string() : text.substr(pos, count);
+// Whether `text` holds `pattern` at `pos`; bytes behind the end of the text
+// count as empty, so a short text never matches.
+bool HasAt(const std::string& text, size_t pos, std::string_view pattern) {
+  return pos <= text.size() && std::string_view(text).substr(pos, pattern.size()) == pattern;
 }
 
 // Schemes that, written with a colon and without "//", still make a URI and
 // not a colon path. Checked in this order against the text before the colon.
-const char* const kOpaqueSchemes[] = {
+constexpr std::string_view kOpaqueSchemes[] = {
     "mailto", "about", "res", "link", "draft", "veskbrowse", "veskinternal", "vesk", "connect", "javascript",
 };
 
-bool IsOpaqueScheme(const std::string& head) {
-  for (const char* word : kOpaqueSchemes) {
+bool IsOpaqueScheme(std::string_view head) {
+  for (std::string_view word : kOpaqueSchemes) {
     if (head == word) return true;
   }
   return false;
 }
-
-bool BeginsWith(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }
 
 }  // namespace
 
@@ -36,9 +35,7 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
   if (text.empty()) return false;
 
   // Windows forms: a drive (any byte before the colon will do), a server path.
-  const std::string at1 = Bytes(text, 1, 2);
-  const std::string at0 = Bytes(text, 0, 2);
-  if (at1 == ":\\" || at0 == "\\\\" || at1 == ":/" || at0 == "//") {
+  if (HasAt(text, 1, ":\\") || HasAt(text, 0, "\\\\") || HasAt(text, 1, ":/") || HasAt(text, 0, "//")) {
     LocalPathToURIWin(text);
     return true;
   }
@@ -60,7 +57,8 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
   // A colon makes a colon path unless "://" or a known opaque scheme shows a
   // URI; a host with a port and a colon in a query end up here as well.
   const size_t colon = text.find(':');
-  if (colon != std::string::npos && Bytes(text, colon, 3) != "://" && !IsOpaqueScheme(text.substr(0, colon))) {
+  if (colon != std::string::npos && !HasAt(text, colon, "://") &&
+      !IsOpaqueScheme(std::string_view(text).substr(0, colon))) {
     LocalPathToURIMac(text);
     return true;
   }
@@ -84,7 +82,7 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
     } else {
       // Only a leading "./" or "../" makes a text relative; a bare word is a host.
       const std::string path = scratch.GetPath();
-      accept = path == ".." || path == "." || BeginsWith(path, "../") || BeginsWith(path, "./");
+      accept = path == ".." || path == "." || HasAt(path, 0, "../") || HasAt(path, 0, "./");
     }
     if (!accept) {
       if (!scratch.ParseURI(defaultScheme + "://" + text)) scratch.m_IsValid = false;
