@@ -1,22 +1,12 @@
 // Moving a URI by a reference: the one place where references are resolved
 // against a base and where "." and ".." get their meaning.
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "vesk/uri/paths/dot_segments.h"
 #include "vesk/uri/uri"
 
 namespace Vesk {
-
-namespace {
-
-bool IsDot(const std::string& segment) { return segment.size() == 1 && segment[0] == '.'; }
-
-bool IsDotDot(const std::string& segment) {
-  return segment.size() == 2 && segment[0] == '.' && segment[1] == '.';
-}
-
-}  // namespace
 
 bool URI::ChDir(StringProxy reference, bool escape) {
   std::string ref;
@@ -77,35 +67,11 @@ bool URI::ChDir(StringProxy reference, bool escape) {
   SetFragment(target.GetFragment());
 
   // Dot removal over the merged list, the object's own segments included.
-  // Kept segments form a stack, so that removal costs constant time and long
-  // runs of ".." stay linear. `dot` tells whether the last step dealt with a
-  // "." or a "..".
-  std::vector<std::string> merged;
-  merged.reserve(ownSegments.size() + targetSegments.size());
+  // Past the start of a relative path a ".." stays; past the root of an
+  // absolute one it is dropped.
   bool dot = false;
-  auto step = [&](std::string& segment) {
-    if (IsDot(segment)) {
-      dot = true;
-    } else if (IsDotDot(segment)) {
-      dot = true;
-      if (!merged.empty()) {
-        if (IsDotDot(merged.back())) {
-          merged.push_back(std::move(segment));
-        } else {
-          merged.pop_back();
-        }
-      } else if (IsRelative()) {
-        // Past the start of a relative path the ".." stays; past the root of
-        // an absolute one it is dropped.
-        merged.push_back(std::move(segment));
-      }
-    } else {
-      dot = false;
-      merged.push_back(std::move(segment));
-    }
-  };
-  for (std::string& segment : ownSegments) step(segment);
-  for (std::string& segment : targetSegments) step(segment);
+  std::vector<std::string> merged =
+      uri_internal::RemoveDotSegments(ownSegments, targetSegments, [this] { return IsRelative(); }, dot);
 
   SetPath(JoinPath(merged, ownLeading, dot || targetTrailing));
   return true;

@@ -1,5 +1,5 @@
 // Paths as lists of segments: splitting, joining, and the whole-segment test.
-#include <cstring>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -17,17 +17,21 @@ void URI::SplitPath(const std::string& path, std::vector<std::string>& segments,
   if (leadingSlash) ++begin;
   trailingSlash = end > begin && path[end - 1] == '/';
   if (trailingSlash) --end;
-  // Count the non-empty pieces first, so that the list grows once.
-  size_t pieces = 0;
-  for (size_t i = begin; i < end; ++i) pieces += path[i] != '/' && (i == begin || path[i - 1] == '/');
-  segments.reserve(segments.size() + pieces);
-  while (begin < end) {
-    const void* hit = std::memchr(path.data() + begin, '/', end - begin);
-    const size_t slash = hit ? static_cast<size_t>(static_cast<const char*>(hit) - path.data()) : end;
-    // Runs of slashes give empty pieces, which are dropped.
-    if (slash > begin) segments.emplace_back(path, begin, slash - begin);
-    begin = slash + 1;
+  // An empty list gets room for the usual number of pieces at once; a run of
+  // slashes does not make it reserve more than a small bound. A list that
+  // already holds segments grows as vectors do, so appending stays linear.
+  if (segments.empty()) {
+    const size_t slashes = static_cast<size_t>(std::count(path.begin() + begin, path.begin() + end, '/'));
+    segments.reserve(std::min<size_t>(slashes + 1, 256));
   }
+  size_t piece = begin;
+  for (size_t i = begin; i < end; ++i) {
+    if (path[i] != '/') continue;
+    // Runs of slashes give empty pieces, which are dropped.
+    if (i > piece) segments.emplace_back(path, piece, i - piece);
+    piece = i + 1;
+  }
+  if (end > piece) segments.emplace_back(path, piece, end - piece);
 }
 
 void URI::SplitPath(const std::string& path, std::vector<std::string>& segments) {
