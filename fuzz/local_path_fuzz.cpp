@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "vesk/platform/colon_paths"
 #include "vesk/uri/uri"
 
 namespace {
@@ -77,6 +78,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     again.LocalPathToURIWin(back);
     Require(again.ToString(false) == win.ToString(false), "Windows path does not read back to the same URI");
   }
+
+  // The colon-path host service, alone and behind "file://localhost": the
+  // volume comes first, and a slash can only come from a colon in a name.
+  const std::string colonPath = Vesk::GetColonPathService().ToColonPath(text);
+  const std::string volume = Vesk::GetColonPathRootVolume() + ":";
+  Require(colonPath.compare(0, volume.size(), volume) == 0, "colon path does not begin with the volume");
+  Require(colonPath.find('/') == std::string::npos || text.find(':') != std::string::npos,
+          "colon path holds a slash that was no colon");
+  URI local(slashURI);
+  local.SetAuthority("localhost");
+  Require(local.ToLocalPathMac() == Vesk::GetColonPathService().ToColonPath(slashed),
+          "localhost colon path is not the host service's");
+  Require(local.ToLocalPathUnix().empty(), "a Unix path for localhost");
 
   // The input as URI text: only file URIs and relative references have
   // local paths, and reading them changes nothing.
