@@ -21,9 +21,14 @@ URI URI::GetCommonParent(const URI& other, bool caseSensitive) const {
   while (!climber.IsRelative()) {
     const URIRelation relation = climber.GetRelation(fixed, caseSensitive);
     if (relation == URIRelationSame || relation == URIRelationParent) break;
-    const StringProxy before = climber.ToString(false);
+    // The climb ends when the move changes nothing of the text. Scheme,
+    // authority and flags stay through a move by "..", so comparing path,
+    // query and fragment is comparing the whole ToString(false).
+    const std::string path = climber.m_Path;
+    const std::string query = climber.m_Query;
+    const std::string fragment = climber.m_Fragment;
     climber.ChDir("..", false);
-    if (static_cast<const std::string&>(climber.ToString(false)) == before) break;
+    if (climber.m_Path == path && climber.m_Query == query && climber.m_Fragment == fragment) break;
   }
   return climber;
 }

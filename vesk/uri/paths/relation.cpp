@@ -8,14 +8,29 @@ namespace Vesk {
 
 URIRelation URI::GetRelation(const URI& other, bool caseSensitive) const {
   // Both operands go through the application's resolver, this one first.
-  const URI self = Resolve(*this);
-  const URI that = Resolve(other);
+  // Without a resolver the working copies would be plain copies, so the
+  // operands are read in place; the tests read fields, never overridable
+  // operations, as they would on copies.
+  URI selfResolved;
+  URI thatResolved;
+  const URI* selfOperand = this;
+  const URI* thatOperand = &other;
+  if (m_Resolver != nullptr) {
+    selfResolved = m_Resolver->Resolve(*this);
+    selfOperand = &selfResolved;
+  }
+  if (m_Resolver != nullptr) {
+    thatResolved = m_Resolver->Resolve(other);
+    thatOperand = &thatResolved;
+  }
+  const URI& self = *selfOperand;
+  const URI& that = *thatOperand;
   std::string selfPort = self.m_Port;
   std::string thatPort = that.m_Port;
 
-  if (self.IsRelative() || that.IsRelative()) return URIRelationNone;
-  const bool selfHier = self.IsHierarchical();
-  const bool thatHier = that.IsHierarchical();
+  if (self.m_IsRelative || that.m_IsRelative) return URIRelationNone;
+  const bool selfHier = self.m_IsHierarchical;
+  const bool thatHier = that.m_IsHierarchical;
   if (!selfHier && !thatHier) {
     return self.m_Scheme == that.m_Scheme && self.m_NonHierarchical == that.m_NonHierarchical ? URIRelationSame
                                                                                               : URIRelationNone;
