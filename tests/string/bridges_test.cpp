@@ -375,3 +375,38 @@ TEST_F(Bridges, NumericValues) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(IntlInfoFacts, LeadBytesFollowTheLocaleFacts) {
+  // Normal mode until Initialize: no byte is a lead byte.
+  if (!IntlInfo::s_doubleByte) {
+    for (int b = 0; b < 256; ++b) ASSERT_FALSE(IntlInfo::IsLeadByte(static_cast<unsigned char>(b))) << b;
+  }
+  struct Row {
+    const char* locale;
+    int script;
+    bool double_byte;
+    std::vector<unsigned char> lead, not_lead;
+  };
+  const Row rows[] = {
+      {"ja_JP.SJIS", P::kScriptJapanese, true, {0x81, 0x9F, 0xE0}, {0x41, 0x80, 0xA1, 0xDF}},
+      {"ko_KR.eucKR", P::kScriptKorean, true, {0xB0, 0xC8}, {0x41, 0x7F}},
+      {"de_DE.ISO-8859-1", P::kScriptRoman, false, {}, {0x41, 0x81, 0xE0}},
+  };
+  for (const Row& row : rows) {
+    ASSERT_TRUE(P::SetHostLocale(row.locale)) << row.locale;
+    IntlInfo::Initialize();
+    EXPECT_EQ(IntlInfo::s_systemScript, row.script) << row.locale;
+    EXPECT_EQ(IntlInfo::s_doubleByte, row.double_byte) << row.locale;
+    for (unsigned char b : row.lead) EXPECT_TRUE(IntlInfo::IsLeadByte(b)) << row.locale << " " << int{b};
+    for (unsigned char b : row.not_lead) EXPECT_FALSE(IntlInfo::IsLeadByte(b)) << row.locale << " " << int{b};
+  }
+  // Back to normal mode for the other tests.
+  ASSERT_TRUE(P::SetHostLocale("C"));
+  IntlInfo::Initialize();
+  EXPECT_FALSE(IntlInfo::s_doubleByte);
+  for (int b = 0; b < 256; ++b) ASSERT_FALSE(IntlInfo::IsLeadByte(static_cast<unsigned char>(b))) << b;
+}
+
+}  // namespace
