@@ -1,6 +1,7 @@
 #include "vesk/platform/text_conversion"
 
 #include <gtest/gtest.h>
+#include <unicode/ucnv.h>
 
 #include <cstring>
 #include <string>
@@ -119,6 +120,102 @@ TEST(FlushText, WritesThePendingShift) {
   EXPECT_EQ(FlushText(converter, out, sizeof out, &written), kConversionOK);
   EXPECT_EQ(std::string(out, written), "\x1B(B");
   CloseConverter(converter);
+}
+
+}  // namespace
+
+namespace {
+
+// Our converter and a bare ICU converter, driven with the same buffer sizes,
+// must fill every buffer alike: the faster UTF-8 path included.
+TEST(ConvertText, FillsBuffersAsTheICUConverterDoes) {
+  const std::u16string text =
+      u"ascii \u00e9\u00e8 \u65e5\u672c\u8a9e \U0001F600\U0001F601 end \u0800\u07ff\U00010000";
+  std::string utf8;
+  {
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* icu = ucnv_open("UTF-8", &status);
+    utf8.resize(text.size() * 3);
+    utf8.resize(static_cast<size_t>(ucnv_fromUChars(icu, utf8.data(), static_cast<int32_t>(utf8.size()),
+                                                    text.data(), static_cast<int32_t>(text.size()), &status)));
+    ucnv_close(icu);
+  }
+  const TextEncoding utf8_id = UnicodeTextEncoding(256, 0, kUTF8Format);
+  for (size_t buffer = 1; buffer <= 9; ++buffer) {
+    // UTF-16 to UTF-8.
+    TextConverter* ours = nullptr;
+    ASSERT_EQ(OpenConverter(&ours, kUTF16, utf8_id), kConversionOK);
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* icu = ucnv_open("UTF-8", &status);
+    const UChar* icu_source = text.data();
+    size_t offset = 0;
+    std::string ours_out, icu_out;
+    for (int call = 0; call < 200 && (offset < text.size() * 2 || icu_source < text.data() + text.size()); ++call) {
+      char a[16], b[16];
+      size_t read = 0, written = 0;
+      ConvertText(ours, reinterpret_cast<const char*>(text.data()) + offset, text.size() * 2 - offset, &read, a,
+                  buffer, &written);
+      offset += read;
+      ours_out.append(a, written);
+      char* target = b;
+      status = U_ZERO_ERROR;
+      ucnv_fromUnicode(icu, &target, b + buffer, &icu_source, text.data() + text.size(), nullptr, false, &status);
+      icu_out.append(b, static_cast<size_t>(target - b));
+      ASSERT_EQ(written, static_cast<size_t>(target - b)) << "buffer " << buffer << " call " << call;
+    }
+    for (int call = 0; call < 4; ++call) {  // what both still hold
+      char a[16], b[16];
+      size_t written = 0;
+      FlushText(ours, a, buffer, &written);
+      ours_out.append(a, written);
+      char* target = b;
+      const UChar* none = nullptr;
+      status = U_ZERO_ERROR;
+      ucnv_fromUnicode(icu, &target, b + buffer, &none, none, nullptr, true, &status);
+      icu_out.append(b, static_cast<size_t>(target - b));
+      ASSERT_EQ(written, static_cast<size_t>(target - b)) << "buffer " << buffer << " flush " << call;
+    }
+    EXPECT_EQ(ours_out, utf8) << buffer;
+    EXPECT_EQ(icu_out, utf8) << buffer;
+    CloseConverter(ours);
+    ucnv_close(icu);
+
+    // UTF-8 to UTF-16, with buffers of whole units.
+    ASSERT_EQ(OpenConverter(&ours, utf8_id, kUTF16), kConversionOK);
+    status = U_ZERO_ERROR;
+    icu = ucnv_open("UTF-8", &status);
+    const char* icu_bytes = utf8.data();
+    offset = 0;
+    std::u16string ours_wide, icu_wide;
+    for (int call = 0; call < 200 && (offset < utf8.size() || icu_bytes < utf8.data() + utf8.size()); ++call) {
+      UChar a[16], b[16];
+      size_t read = 0, written = 0;
+      ConvertText(ours, utf8.data() + offset, utf8.size() - offset, &read, a, buffer * 2, &written);
+      offset += read;
+      ours_wide.append(reinterpret_cast<const char16_t*>(a), written / 2);
+      UChar* target = b;
+      status = U_ZERO_ERROR;
+      ucnv_toUnicode(icu, &target, b + buffer, &icu_bytes, utf8.data() + utf8.size(), nullptr, false, &status);
+      icu_wide.append(reinterpret_cast<const char16_t*>(b), static_cast<size_t>(target - b));
+      ASSERT_EQ(written / 2, static_cast<size_t>(target - b)) << "buffer " << buffer << " call " << call;
+    }
+    for (int call = 0; call < 4; ++call) {
+      UChar a[16], b[16];
+      size_t written = 0;
+      FlushText(ours, a, buffer * 2, &written);
+      ours_wide.append(reinterpret_cast<const char16_t*>(a), written / 2);
+      UChar* target = b;
+      const char* none = nullptr;
+      status = U_ZERO_ERROR;
+      ucnv_toUnicode(icu, &target, b + buffer, &none, none, nullptr, true, &status);
+      icu_wide.append(reinterpret_cast<const char16_t*>(b), static_cast<size_t>(target - b));
+      ASSERT_EQ(written / 2, static_cast<size_t>(target - b)) << "buffer " << buffer << " flush " << call;
+    }
+    EXPECT_EQ(ours_wide, text) << buffer;
+    EXPECT_EQ(icu_wide, text) << buffer;
+    CloseConverter(ours);
+    ucnv_close(icu);
+  }
 }
 
 }  // namespace

@@ -122,6 +122,9 @@ std::string WideToCharSet(const std::basic_string<unsigned short>& text, unsigne
   OpaqueTECObjectRef* converter = node ? node.mapped() : nullptr;
   if (converter == nullptr && Platform::OpenConverter(&converter, from, charSet) != 0) return result;
 
+  // One byte per unit is exact for ASCII and a floor otherwise; it spares the
+  // result most of its regrowth.
+  result.reserve(text.size());
   const char* input = reinterpret_cast<const char*>(text.data());
   std::size_t remaining = text.size() * 2;
   std::size_t offset = 0;
@@ -156,6 +159,8 @@ std::basic_string<unsigned short> CharSetToWide(const std::string& text, unsigne
   OpaqueTECObjectRef* converter = node ? node.mapped() : nullptr;
   if (converter == nullptr && Platform::OpenConverter(&converter, charSet, to) != 0) return result;
 
+  // No common character set gives more units than bytes.
+  result.reserve(text.size());
   std::size_t remaining = text.size();
   std::size_t offset = 0;
   std::size_t bytes_read = 0;

@@ -3,8 +3,12 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
+#include <unicode/ustring.h>
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
 #include <unicode/utypes.h>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -28,6 +32,15 @@ struct OpaqueTECObjectRef {
   UConverter* fallback = nullptr;
   bool fallback_tried = false;
   bool used_fallback = false;
+  // The other side is UTF-8, which has a faster path for whole characters.
+  bool utf8 = false;
+  // The ICU converter holds nothing: no partial character, no output waiting.
+  // The faster path may be taken only then.
+  bool clean = true;
+  // Output of the faster path that did not fit the last buffer: the rest of a
+  // character's bytes, or the second unit of a pair, written first next time.
+  unsigned char pending[4] = {};
+  std::size_t pending_bytes = 0;
 };
 
 namespace {
@@ -112,11 +125,14 @@ ConversionStatus StatusOf(UErrorCode code) {
 
 // From-Unicode callback: a character without a round-trip mapping is written
 // through its fallback mapping when the character set has one; otherwise the
-// conversion stops there.
+// conversion stops there. As with ICU's own callbacks, an unmappable default
+// ignorable character (a direction mark, say) is skipped.
 void FromUnicodeFallbackOrStop(const void* context, UConverterFromUnicodeArgs* args,
-                               const UChar* code_units, int32_t length, UChar32 /*code_point*/,
+                               const UChar* code_units, int32_t length, UChar32 code_point,
                                UConverterCallbackReason reason, UErrorCode* status) {
   if (reason != UCNV_UNASSIGNED) return;  // stop: leave the error as it is
+  UCNV_FROM_U_CALLBACK_STOP(nullptr, args, code_units, length, code_point, reason, status);
+  if (U_SUCCESS(*status)) return;  // skipped
   auto* converter = const_cast<OpaqueTECObjectRef*>(static_cast<const OpaqueTECObjectRef*>(context));
   if (!converter->fallback_tried) {
     converter->fallback_tried = true;
@@ -188,6 +204,7 @@ ConversionStatus OpenConverter(TextConverter** converter, TextEncoding from, Tex
   made->icu = icu;
   made->from_unicode = from_unicode;
   made->icu_name = name;
+  made->utf8 = other == UTF8Id();
   status = U_ZERO_ERROR;
   if (from_unicode) {
     ucnv_setFromUCallBack(icu, FromUnicodeFallbackOrStop, made, nullptr, nullptr, &status);
@@ -198,64 +215,214 @@ ConversionStatus OpenConverter(TextConverter** converter, TextEncoding from, Tex
   return kConversionOK;
 }
 
+namespace {
+
+// The bulk step of the faster UTF-8 path stops once less room than this is
+// left; single characters fill the rest.
+constexpr std::size_t kSmallestPiece = 64;
+
+// Writes what the last call held back; true when all of it fit.
+bool WritePending(OpaqueTECObjectRef* converter, unsigned char*& target, unsigned char* target_end) {
+  const std::size_t count =
+      std::min<std::size_t>(converter->pending_bytes, static_cast<std::size_t>(target_end - target));
+  std::memcpy(target, converter->pending, count);
+  target += count;
+  std::memmove(converter->pending, converter->pending + count, converter->pending_bytes - count);
+  converter->pending_bytes -= count;
+  return converter->pending_bytes == 0;
+}
+
+// UTF-16 to UTF-8, filling the output to the last byte with ICU's character
+// macros; bytes of a character that do not fit are held back. Stops at a
+// surrogate without its partner, which the ICU converter then meets itself.
+void FastUTF16ToUTF8(OpaqueTECObjectRef* converter, const UChar*& source, const UChar* source_end,
+                     unsigned char*& target, unsigned char* target_end) {
+  const UChar* in = source;
+  unsigned char* out = target;
+  while (in < source_end && out < target_end) {
+    const UChar unit = *in;
+    if (unit < 0x80) {
+      *out++ = static_cast<unsigned char>(unit);
+      ++in;
+      continue;
+    }
+    UChar32 c = unit;
+    std::ptrdiff_t take = 1;
+    if (U16_IS_SURROGATE(unit)) {
+      if (!U16_IS_SURROGATE_LEAD(unit) || source_end - in < 2 || !U16_IS_TRAIL(in[1])) break;
+      c = U16_GET_SUPPLEMENTARY(unit, in[1]);
+      take = 2;
+    }
+    in += take;
+    if (target_end - out >= U8_LENGTH(c)) {
+      int32_t written = 0;
+      U8_APPEND_UNSAFE(out, written, c);
+      out += written;
+      continue;
+    }
+    unsigned char bytes[4];
+    int32_t length = 0;
+    U8_APPEND_UNSAFE(bytes, length, c);
+    const std::size_t fit = static_cast<std::size_t>(target_end - out);
+    std::memcpy(out, bytes, fit);
+    out += fit;
+    converter->pending_bytes = static_cast<std::size_t>(length) - fit;
+    std::memcpy(converter->pending, bytes + fit, converter->pending_bytes);
+    break;
+  }
+  source = in;
+  target = out;
+}
+
+// UTF-8 to UTF-16, filling the output to the last unit: whole pieces through
+// ICU's string function while there is room, then single characters through
+// its macros; the second unit of a pair that does not fit is held back. Stops
+// at anything ill-formed or cut off, which the ICU converter then meets itself.
+void FastUTF8ToUTF16(OpaqueTECObjectRef* converter, const char*& source, const char* source_end,
+                     UChar*& target, UChar* target_end) {
+  while (source < source_end && static_cast<std::size_t>(target_end - target) >= kSmallestPiece) {
+    const std::size_t room = static_cast<std::size_t>(target_end - target);
+    // No byte gives more than one unit, and a four-byte character two.
+    std::size_t bytes = std::min<std::size_t>(static_cast<std::size_t>(source_end - source), room);
+    // End the piece before a character that it would cut.
+    std::size_t lead = bytes;
+    while (lead > 0 && bytes - lead < 4 && U8_IS_TRAIL(static_cast<uint8_t>(source[lead - 1]))) --lead;
+    if (lead > 0) {
+      const uint8_t first = static_cast<uint8_t>(source[lead - 1]);
+      const std::size_t length = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+      if (lead - 1 + length > bytes) bytes = lead - 1;
+    }
+    if (bytes == 0) break;
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(target, static_cast<int32_t>(room), &length, source, static_cast<int32_t>(bytes), &status);
+    if (U_FAILURE(status)) break;
+    source += bytes;
+    target += length;
+  }
+  const auto* in = reinterpret_cast<const uint8_t*>(source);
+  const auto* in_end = reinterpret_cast<const uint8_t*>(source_end);
+  UChar* out = target;
+  while (in < in_end && out < target_end) {
+    if (*in < 0x80) {
+      *out++ = *in++;
+      continue;
+    }
+    int32_t i = 0;
+    UChar32 c = 0;
+    const int32_t limit = static_cast<int32_t>(std::min<std::ptrdiff_t>(in_end - in, 4));
+    U8_NEXT(in, i, limit, c);
+    if (c < 0) break;
+    in += i;
+    if (c <= 0xFFFF) {
+      *out++ = static_cast<UChar>(c);
+      continue;
+    }
+    *out++ = U16_LEAD(c);
+    if (out == target_end) {
+      const UChar trail = U16_TRAIL(c);
+      std::memcpy(converter->pending, &trail, sizeof trail);
+      converter->pending_bytes = sizeof trail;
+      break;
+    }
+    *out++ = U16_TRAIL(c);
+  }
+  source = reinterpret_cast<const char*>(in);
+  target = out;
+}
+
+}  // namespace
+
 ConversionStatus ConvertText(TextConverter* converter, const void* input, std::size_t input_bytes,
                              std::size_t* bytes_read, void* output, std::size_t output_bytes,
                              std::size_t* bytes_written) {
   *bytes_read = 0;
   *bytes_written = 0;
+  auto* out_start = static_cast<unsigned char*>(output);
+  unsigned char* out = out_start;
+  // UTF-16 output takes whole units.
+  unsigned char* out_end = out_start + (converter->from_unicode ? output_bytes : output_bytes / 2 * 2);
+  if (!WritePending(converter, out, out_end)) {
+    *bytes_written = static_cast<std::size_t>(out - out_start);
+    return kOutputBufferFull;
+  }
   UErrorCode status = U_ZERO_ERROR;
   if (converter->from_unicode) {
     const auto* source_start = static_cast<const UChar*>(input);
     const UChar* source = source_start;
-    char* target_start = static_cast<char*>(output);
-    char* target = target_start;
+    const UChar* source_end = source_start + input_bytes / 2;
     converter->used_fallback = false;
-    ucnv_fromUnicode(converter->icu, &target, target_start + output_bytes, &source,
-                     source_start + input_bytes / 2, nullptr, false, &status);
+    if (converter->utf8 && converter->clean) FastUTF16ToUTF8(converter, source, source_end, out, out_end);
+    if (converter->pending_bytes > 0 || (source < source_end && out == out_end)) {
+      status = U_BUFFER_OVERFLOW_ERROR;  // the rest waits for the next call
+    } else if (source < source_end) {
+      char* target = reinterpret_cast<char*>(out);
+      ucnv_fromUnicode(converter->icu, &target, reinterpret_cast<char*>(out_end), &source, source_end, nullptr,
+                       false, &status);
+      out = reinterpret_cast<unsigned char*>(target);
+      UErrorCode count_status = U_ZERO_ERROR;
+      converter->clean = U_SUCCESS(status) && ucnv_fromUCountPending(converter->icu, &count_status) == 0;
+    }
     *bytes_read = static_cast<std::size_t>(source - source_start) * 2;
-    *bytes_written = static_cast<std::size_t>(target - target_start);
     // An odd last byte cannot begin a code unit: it is consumed and ignored,
     // so that a caller's loop always makes progress.
     if (U_SUCCESS(status) && (input_bytes & 1u) != 0) ++*bytes_read;
-    if (U_SUCCESS(status) && converter->used_fallback) return kUsedFallbacks;
   } else {
     const auto* source_start = static_cast<const char*>(input);
     const char* source = source_start;
-    auto* target_start = static_cast<UChar*>(output);
-    UChar* target = target_start;
-    ucnv_toUnicode(converter->icu, &target, target_start + output_bytes / 2, &source,
-                   source_start + input_bytes, nullptr, false, &status);
+    const char* source_end = source_start + input_bytes;
+    auto* target = reinterpret_cast<UChar*>(out);
+    auto* target_end = reinterpret_cast<UChar*>(out_start + output_bytes / 2 * 2);
+    if (converter->utf8 && converter->clean) FastUTF8ToUTF16(converter, source, source_end, target, target_end);
+    if (converter->pending_bytes > 0 || (source < source_end && target == target_end)) {
+      status = U_BUFFER_OVERFLOW_ERROR;
+    } else if (source < source_end) {
+      ucnv_toUnicode(converter->icu, &target, target_end, &source, source_end, nullptr, false, &status);
+      UErrorCode count_status = U_ZERO_ERROR;
+      converter->clean = U_SUCCESS(status) && ucnv_toUCountPending(converter->icu, &count_status) == 0;
+    }
+    out = reinterpret_cast<unsigned char*>(target);
     *bytes_read = static_cast<std::size_t>(source - source_start);
-    *bytes_written = static_cast<std::size_t>(target - target_start) * 2;
   }
+  *bytes_written = static_cast<std::size_t>(out - out_start);
+  if (U_SUCCESS(status) && converter->used_fallback) return kUsedFallbacks;
   return StatusOf(status);
 }
 
 ConversionStatus FlushText(TextConverter* converter, void* output, std::size_t output_bytes,
                            std::size_t* bytes_written) {
-  *bytes_written = 0;
+  auto* out_start = static_cast<unsigned char*>(output);
+  unsigned char* out = out_start;
+  const bool all_written = WritePending(
+      converter, out, out_start + (converter->from_unicode ? output_bytes : output_bytes / 2 * 2));
+  *bytes_written = static_cast<std::size_t>(out - out_start);
+  if (!all_written) return kOutputBufferFull;
+  // A UTF-8 converter that holds nothing has nothing more to write.
+  if (converter->utf8 && converter->clean) return kConversionOK;
   UErrorCode status = U_ZERO_ERROR;
   if (converter->from_unicode) {
     const UChar* source = nullptr;
-    char* target_start = static_cast<char*>(output);
-    char* target = target_start;
-    ucnv_fromUnicode(converter->icu, &target, target_start + output_bytes, &source, source, nullptr,
-                     true, &status);
-    *bytes_written = static_cast<std::size_t>(target - target_start);
+    char* target = reinterpret_cast<char*>(out);
+    ucnv_fromUnicode(converter->icu, &target, reinterpret_cast<char*>(out_start + output_bytes), &source, source,
+                     nullptr, true, &status);
+    out = reinterpret_cast<unsigned char*>(target);
   } else {
     const char* source = nullptr;
-    auto* target_start = static_cast<UChar*>(output);
-    UChar* target = target_start;
-    ucnv_toUnicode(converter->icu, &target, target_start + output_bytes / 2, &source, source, nullptr,
-                   true, &status);
-    *bytes_written = static_cast<std::size_t>(target - target_start) * 2;
+    auto* target = reinterpret_cast<UChar*>(out);
+    ucnv_toUnicode(converter->icu, &target, reinterpret_cast<UChar*>(out_start + output_bytes / 2 * 2), &source,
+                   source, nullptr, true, &status);
+    out = reinterpret_cast<unsigned char*>(target);
   }
+  *bytes_written = static_cast<std::size_t>(out - out_start);
+  converter->clean = U_SUCCESS(status);
   return StatusOf(status);
 }
 
 ConversionStatus ResetConverter(TextConverter* converter) {
-  ucnv_reset(converter->icu);
+  if (!(converter->utf8 && converter->clean)) ucnv_reset(converter->icu);
   converter->used_fallback = false;
+  converter->clean = true;
+  converter->pending_bytes = 0;
   return kConversionOK;
 }
 
