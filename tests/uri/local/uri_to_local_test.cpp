@@ -13,15 +13,15 @@ using Vesk::URI;
 struct Row {
   const char* uri;
   const char* win;
-  const char* unix;  // also ToLocalPath
+  const char* slash;  // also ToLocalPath
   const char* mac;
 };
 
 void check(const URI& uri, const Row& row) {
   SCOPED_TRACE(row.uri);
   EXPECT_EQ(std::string(uri.ToLocalPathWin()), row.win);
-  EXPECT_EQ(std::string(uri.ToLocalPathUnix()), row.unix);
-  EXPECT_EQ(std::string(uri.ToLocalPath()), row.unix);
+  EXPECT_EQ(std::string(uri.ToLocalPathUnix()), row.slash);
+  EXPECT_EQ(std::string(uri.ToLocalPath()), row.slash);
   EXPECT_EQ(std::string(uri.ToLocalPathMac()), row.mac);
 }
 
@@ -60,7 +60,7 @@ TEST(ToLocalPath, RoundTripsOfTheWayIn) {
   struct Trip {
     const char* in;
     const char* win;
-    const char* unix;
+    const char* slash;
   } trips[] = {
       {"C:\\dir\\a b.txt", "C:\\dir\\a b.txt", "/C|/dir/a b.txt"},
       {"\\\\server\\share\\x", "\\\\server\\share\\x", ""},
@@ -72,14 +72,14 @@ TEST(ToLocalPath, RoundTripsOfTheWayIn) {
     URI uri;
     uri.LocalPathToURIWin(trip.in);
     EXPECT_EQ(std::string(uri.ToLocalPathWin()), trip.win) << trip.in;
-    EXPECT_EQ(std::string(uri.ToLocalPathUnix()), trip.unix) << trip.in;
+    EXPECT_EQ(std::string(uri.ToLocalPathUnix()), trip.slash) << trip.in;
   }
   URI mac;
   mac.LocalPathToURIMac(":rel:a.txt");
   EXPECT_EQ(std::string(mac.ToLocalPathMac()), "rel:a.txt");
-  URI unix;
-  unix.LocalPathToURIUnix("/usr/a b:c");
-  EXPECT_EQ(std::string(unix.ToLocalPath()), "/usr/a b:c");
+  URI slashes;
+  slashes.LocalPathToURIUnix("/usr/a b:c");
+  EXPECT_EQ(std::string(slashes.ToLocalPath()), "/usr/a b:c");
 }
 
 class FixedColonPaths : public Vesk::ColonPathService {
