@@ -1,6 +1,9 @@
 #include "vesk/string/cstring"
 
 #include <climits>
+#include <cstring>
+#include <set>
+#include <thread>
 #include <new>
 #include <string>
 #include <vector>
@@ -400,7 +403,7 @@ TEST(CStringBuffer, SetAtUnsharesAndIgnoresOutsideIndexes) {
   EXPECT_SOUND(b);
 }
 
-TEST(CStringBuffer, LastReleaseReturnsEveryClassToItsPool) {
+TEST(CStringPools, LastReleaseHandsTheBlockOutNextInEveryClass) {
   for (int n : {1, 64, 65, 128, 129, 256, 257, 512}) {
     void* block;
     {
@@ -408,14 +411,44 @@ TEST(CStringBuffer, LastReleaseReturnsEveryClassToItsPool) {
       CString t(s);
       block = s.GetData();
     }
-    const int cls = Vesk::StringPools::ClassForLength(n);
-    auto& lock = Vesk::StringPools::PoolLock(cls);
-    lock.lock();
-    const CFixedAlloc* pool = Vesk::StringPools::PoolPointer(cls);
-    EXPECT_EQ(static_cast<void*>(pool->freeList), block) << n;
-    EXPECT_EQ(Vesk::CheckPool(*pool), "");
-    lock.unlock();
+    const CString next = Make(Units(n));
+    EXPECT_EQ(static_cast<void*>(next.GetData()), block) << n;
   }
+}
+
+TEST(CStringPools, ThreadCachesGoBackToTheirPools) {
+  // A thread's freed blocks stay in its cache, up to a limit, and all of them
+  // go back to the pool when the thread ends.
+  std::vector<void*> blocks;
+  int cached = -1;
+  std::thread worker([&] {
+    std::vector<CString> strings;
+    for (int i = 0; i < 10; ++i) strings.push_back(Make(Units(200)));
+    for (const CString& s : strings) blocks.push_back(s.GetData());
+    strings.clear();
+    cached = Vesk::StringPools::CachedBlocks(2);
+  });
+  worker.join();
+  EXPECT_GE(cached, 10);
+  EXPECT_LE(cached, Vesk::StringPools::kCacheMax);
+  auto& lock = Vesk::StringPools::PoolLock(2);
+  lock.lock();
+  const CFixedAlloc* pool = Vesk::StringPools::PoolPointer(2);
+  std::set<const void*> free_blocks;
+  for (const CFixedAlloc::CNode* node = pool->freeList; node != nullptr;) {
+    free_blocks.insert(node);
+    std::memcpy(&node, static_cast<const void*>(node), sizeof node);
+  }
+  EXPECT_EQ(Vesk::CheckPool(*pool), "");
+  lock.unlock();
+  for (void* b : blocks) EXPECT_EQ(free_blocks.count(b), 1u);
+}
+
+TEST(CStringPools, FullCacheGivesABatchBack) {
+  std::vector<CString> strings;
+  for (int i = 0; i < 3 * Vesk::StringPools::kCacheMax; ++i) strings.push_back(Make(Units(100)));
+  strings.clear();
+  EXPECT_LE(Vesk::StringPools::CachedBlocks(1), Vesk::StringPools::kCacheMax);
 }
 
 }  // namespace

@@ -53,8 +53,13 @@ inline int CheckedSum(int a, int b) {
   return sum;
 }
 
-// Drops and releases a buffer's cached platform string.
-void DropCache(CStringData* data);
+// Drops and releases a buffer's cached platform string (the out-of-line part).
+void DropCacheSlow(CStringData* data);
+
+// Drops and releases a buffer's cached platform string, if it has one.
+inline void DropCache(CStringData* data) {
+  if (__atomic_load_n(&data->cachedCFString, __ATOMIC_ACQUIRE) != nullptr) DropCacheSlow(data);
+}
 
 }  // namespace StringBuffers
 }  // namespace Vesk

@@ -33,7 +33,7 @@ static_assert(sizeof(CString) == sizeof(void*), "a CString is one pointer");
 namespace Vesk {
 namespace StringBuffers {
 
-void DropCache(CStringData* data) {
+void DropCacheSlow(CStringData* data) {
   // Atomic, so that threads filling the slot of a shared buffer or of the nil
   // data lose no platform string and release none twice (bridges.cpp).
   Vesk::StringBridges::DropCachedString(data);

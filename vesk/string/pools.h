@@ -63,11 +63,22 @@ class SpinLock {
   std::atomic<bool> locked_{false};
 };
 
+// Each thread keeps a few free blocks of each class of its own, so that the
+// common allocation and release take no lock. A thread's cache takes blocks
+// from its pool in batches and gives a batch back when it fills; at thread
+// exit all of it goes back. A block freed on another thread than the one that
+// allocated it simply joins that thread's cache: all blocks of a class are
+// interchangeable.
+constexpr int kCacheMax = 32;    // blocks a thread keeps per class
+constexpr int kCacheBatch = 16;  // blocks moved per visit to the pool
+
 // One block of class `cls`, creating the pool on its first use. Throws
 // std::bad_alloc when a slab cannot be allocated.
 void* Alloc(int cls);
-// Gives a block of class `cls` back to its pool.
+// Gives a block of class `cls` back, to this thread's cache or its pool.
 void Free(int cls, void* block);
+// Blocks of class `cls` held in the calling thread's cache.
+int CachedBlocks(int cls);
 // The global pointer of class `cls` (_afxAlloc64 ...).
 CFixedAlloc*& PoolPointer(int cls);
 // The lock guarding class `cls`.

@@ -7,6 +7,9 @@
 #include <cwctype>
 #include <new>
 #include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "tiwa/tiwa"
 #include "vesk/string/buffer_ops.h"
@@ -41,6 +44,43 @@ const unsigned short* Search(const unsigned short* text, const unsigned short* s
     if (sought[i] == 0) return text;
   }
   return nullptr;
+}
+
+// The first unit in [p, end) that equals `unit` or zero, or `end`. Eight
+// units at a time where the machine allows; `end` bounds every read.
+const unsigned short* FindUnitOrZero(const unsigned short* p, const unsigned short* end, unsigned short unit) {
+#if defined(__SSE2__)
+  const __m128i wanted = _mm_set1_epi16(static_cast<short>(unit));
+  const __m128i zero = _mm_setzero_si128();
+  while (end - p >= 8) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, wanted), _mm_cmpeq_epi16(units, zero)));
+    if (mask != 0) return p + (__builtin_ctz(static_cast<unsigned>(mask)) >> 1);
+    p += 8;
+  }
+#endif
+  for (; p < end; ++p)
+    if (*p == unit || *p == 0) return p;
+  return end;
+}
+
+// Search of non-empty `sought` in the zero-terminated stretch at `text`,
+// inside a buffer whose units up to `end` may be read (a zero unit lies
+// before `end`). Returns the match, or null with `*stop` at the zero unit
+// that ended the stretch.
+const unsigned short* SearchStretch(const unsigned short* text, const unsigned short* end,
+                                    const unsigned short* sought, const unsigned short** stop) {
+  const unsigned short first = sought[0];
+  for (const unsigned short* p = text;; ++p) {
+    p = FindUnitOrZero(p, end, first);
+    if (p == end || *p == 0) {
+      *stop = p;
+      return nullptr;
+    }
+    size_t i = 1;
+    while (sought[i] != 0 && p[i] == sought[i]) ++i;
+    if (sought[i] == 0) return p;
+  }
 }
 
 bool InSet(unsigned short unit, const unsigned short* set) {
@@ -217,18 +257,18 @@ int CString::Find(unsigned short unit) const {
 
 int CString::Find(unsigned short unit, int start) const {
   if (start < 0 || start >= GetLength()) return -1;
-  for (const unsigned short* p = m_chars + start;; ++p) {
-    if (*p == unit) return static_cast<int>(p - m_chars);
-    if (*p == 0) return -1;
-  }
+  const unsigned short* p = FindUnitOrZero(m_chars + start, m_chars + GetLength() + 1, unit);
+  return *p == unit ? static_cast<int>(p - m_chars) : -1;
 }
 
 int CString::Find(const unsigned short* text) const { return Find(text, 0); }
 
 int CString::Find(const unsigned short* text, int start) const {
   if (start < 0 || start > GetLength()) return -1;
-  const int at = FindText(m_chars + start, text);
-  return at < 0 ? -1 : at + start;
+  if (text == nullptr || *text == 0) return DoubleByteMode() && m_chars[start] == 0 ? -1 : start;
+  const unsigned short* stop;
+  const unsigned short* hit = SearchStretch(m_chars + start, m_chars + GetLength() + 1, text, &stop);
+  return hit == nullptr ? -1 : static_cast<int>(hit - m_chars);
 }
 
 int CString::ReverseFind(unsigned short unit) const {
@@ -423,14 +463,15 @@ int CString::Replace(const unsigned short* from, const unsigned short* to, int) 
 
   // Counting pass, stretch by stretch: zero units end a stretch, not the scan.
   std::vector<int> matches;
-  for (int stretch = 0; stretch < length;) {
-    const unsigned short* p = m_chars + stretch;
-    while (const unsigned short* hit = Search(p, from)) {
+  const unsigned short* const end = m_chars + length + 1;
+  for (const unsigned short* p = m_chars; p < m_chars + length;) {
+    const unsigned short* stop;
+    if (const unsigned short* hit = SearchStretch(p, end, from, &stop)) {
       matches.push_back(static_cast<int>(hit - m_chars));
       p = hit + from_length;
+    } else {
+      p = stop + 1;  // over the zero unit into the next stretch
     }
-    while (*p != 0) ++p;
-    stretch = static_cast<int>(p - m_chars) + 1;
   }
   if (matches.empty()) return 0;
 
