@@ -9,7 +9,8 @@
 // its fields); a merge leaves no "." and no ".." but those a relative path
 // keeps at its start; MakeRelativeURI either refuses and changes nothing, or
 // leaves a relative URI, which MakeAbsoluteURI takes back where the path
-// promises a round trip.
+// promises a round trip. The two texts also go through GetRelationByString
+// both ways round and GetCommonParentByString.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -199,6 +200,38 @@ void CheckMove(const std::string& objectText, const std::string& reference, bool
   }
 }
 
+Vesk::URIRelation Mirror(Vesk::URIRelation relation) {
+  if (relation == Vesk::URIRelationChild) return Vesk::URIRelationParent;
+  if (relation == Vesk::URIRelationParent) return Vesk::URIRelationChild;
+  return relation;
+}
+
+// The relation of the two texts either way round, and their common parent:
+// a blank URI for a relative operand, else a directory that has reached the
+// second operand's directory or cannot climb any further.
+void CheckRelation(const std::string& a, const std::string& b) {
+  Require(URI::GetRelationByString(b, a) == Mirror(URI::GetRelationByString(a, b)), "relation is not mirrored");
+  const URI first(a);
+  const URI second(b);
+  for (const bool caseSensitive : {true, false}) {
+    const URI parent = URI::GetCommonParentByString(a, b, caseSensitive);
+    if (first.m_IsRelative || second.m_IsRelative) {
+      Require(Same(parent, URI()), "common parent of a relative URI is not blank");
+      continue;
+    }
+    Require(parent.m_IsHierarchical && parent.m_Query.empty() && parent.m_Fragment.empty(),
+            "common parent is not a directory");
+    if (parent.m_IsRelative) continue;
+    URI directory(second);
+    directory.ChDir(".", false);
+    const Vesk::URIRelation relation = parent.GetRelation(directory, caseSensitive);
+    if (relation == Vesk::URIRelationSame || relation == Vesk::URIRelationParent) continue;
+    URI up(parent);
+    up.ChDir("..", false);
+    Require(up.ToString(false) == parent.ToString(false), "common parent stopped short of its root");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -209,5 +242,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string reference = newline == std::string::npos ? input : input.substr(newline + 1);
   CheckMove(objectText, reference, false);
   CheckMove(objectText, reference, true);
+  CheckRelation(objectText, reference);
   return 0;
 }
