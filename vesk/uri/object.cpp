@@ -186,14 +186,18 @@ bool URI::IsOfType(StringProxy type) const { return Compare(m_Scheme, type, fals
 
 namespace {
 
+// Branch-free, so that the loop of MakeLower vectorises.
 inline unsigned char LowerByte(unsigned char c) {
-  return static_cast<unsigned char>(c - 'A') < 26 ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
+  return static_cast<unsigned char>(c | ((static_cast<unsigned char>(c - 'A') < 26) << 5));
 }
 
 }  // namespace
 
 void URI::MakeLower(std::string& text) {
-  for (char& c : text) c = static_cast<char>(LowerByte(static_cast<unsigned char>(c)));
+  if (text.empty()) return;
+  unsigned char* p = reinterpret_cast<unsigned char*>(&text[0]);
+  const size_t n = text.size();
+  for (size_t i = 0; i < n; ++i) p[i] = LowerByte(p[i]);
 }
 
 int URI::Compare(const std::string& a, const std::string& b, bool caseSensitive) {

@@ -24,9 +24,44 @@ inline bool HasTwoColons(const char* begin, const char* end) {
 
 inline bool IsAsciiLetter(char c) { return static_cast<unsigned char>((c | 0x20) - 'a') < 26; }
 
-// The parse of the `size` bytes at `text` into `uri`, which is wiped first.
-bool ParseInto(URI& uri, const char* text, size_t size) {
-  uri.Initialize();
+// Whether every byte of the `size` bytes at `text` is in URIalpha. While
+// URIalpha holds its value from load, that is a test for ASCII letters.
+bool AllAlpha(const char* text, size_t size) {
+  static const char kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  const std::string& alpha = URI::URIalpha;
+  if (alpha.size() == sizeof kLetters - 1 && std::memcmp(alpha.data(), kLetters, sizeof kLetters - 1) == 0) {
+    for (size_t i = 0; i < size; ++i) {
+      if (!IsAsciiLetter(text[i])) return false;
+    }
+    return true;
+  }
+  for (size_t i = 0; i < size; ++i) {
+    if (alpha.find(text[i]) == std::string::npos) return false;
+  }
+  return true;
+}
+
+// Copies the `size` bytes at `text` into `field`, lower-cased, in one pass.
+void AssignLower(std::string& field, const char* text, size_t size) {
+  field.resize(size);
+  if (size == 0) return;
+  char* o = &field[0];
+  for (size_t i = 0; i < size; ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    o[i] = static_cast<char>(c | ((static_cast<unsigned char>(c - 'A') < 26) << 5));
+  }
+}
+
+// The parse of the `size` bytes at `text` into `uri`. Unless `fresh` (all
+// strings empty, as a constructor leaves them), the object is wiped first.
+bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
+  if (fresh) {
+    uri.m_IsValid = false;
+    uri.m_IsRelative = false;
+    uri.m_IsHierarchical = false;
+  } else {
+    uri.Initialize();
+  }
   const char* w = text;
   const char* end = text + size;
 
@@ -51,13 +86,12 @@ bool ParseInto(URI& uri, const char* text, size_t size) {
   }
 
   if (colon == nullptr) {
-    uri.m_Scheme.clear();
+    if (!fresh) uri.m_Scheme.clear();
     uri.m_IsRelative = true;
     uri.m_IsHierarchical = true;
     uri.m_Path.assign(w, end);
   } else {
-    uri.m_Scheme.assign(w, colon);
-    URI::MakeLower(uri.m_Scheme);
+    AssignLower(uri.m_Scheme, w, static_cast<size_t>(colon - w));
     w = colon + 1;
     if (end - w < 2 || w[0] != '/' || w[1] != '/') {
       uri.m_NonHierarchical.assign(w, end);
@@ -73,20 +107,29 @@ bool ParseInto(URI& uri, const char* text, size_t size) {
         uri.m_Path.assign(slash, end);
       }
       // User information: before the first '@', the password behind the
-      // first ':' of it.
+      // first ':' of it. The authority is short: plain loops beat searches.
       const char* host = w;
-      if (const char* at = FindByte(w, serverEnd, '@')) {
-        host = at + 1;
-        if (const char* userColon = FindByte(w, at, ':')) {
-          uri.m_Username.assign(w, userColon);
-          uri.m_Password.assign(userColon + 1, at);
-        } else {
-          uri.m_Username.assign(w, at);
-        }
+      for (const char* p = w; p < serverEnd; ++p) {
+        if (*p != '@') continue;
+        host = p + 1;
+        const char* userColon = w;
+        while (userColon < p && *userColon != ':') ++userColon;
+        uri.m_Username.assign(w, userColon);
+        if (userColon < p) uri.m_Password.assign(userColon + 1, p);
+        break;
       }
-      // Host and port.
-      const bool ipv6 = HasTwoColons(host, serverEnd);
-      if (ipv6 && host < serverEnd && *host == '[') {
+      // Host and port: the first colon, and whether there is a second.
+      const char* firstColon = nullptr;
+      bool ipv6 = false;
+      for (const char* p = host; p < serverEnd; ++p) {
+        if (*p != ':') continue;
+        if (firstColon != nullptr) {
+          ipv6 = true;
+          break;
+        }
+        firstColon = p;
+      }
+      if (ipv6 && *host == '[') {
         const char* hostEnd = serverEnd;
         for (const char* p = host; p + 1 < serverEnd; ++p) {
           if (p[0] == ']' && p[1] == ':') {
@@ -95,17 +138,18 @@ bool ParseInto(URI& uri, const char* text, size_t size) {
             break;
           }
         }
-        uri.m_Server.assign(host, hostEnd);
+        AssignLower(uri.m_Server, host, static_cast<size_t>(hostEnd - host));
       } else if (ipv6) {
         uri.m_Server.reserve(static_cast<size_t>(serverEnd - host) + 2);
         uri.m_Server.push_back('[');
         uri.m_Server.append(host, serverEnd);
         uri.m_Server.push_back(']');
-      } else if (const char* portColon = FindByte(host, serverEnd, ':')) {
-        uri.m_Port.assign(portColon + 1, serverEnd);
-        uri.m_Server.assign(host, portColon);
+        URI::MakeLower(uri.m_Server);
+      } else if (firstColon != nullptr) {
+        uri.m_Port.assign(firstColon + 1, serverEnd);
+        AssignLower(uri.m_Server, host, static_cast<size_t>(firstColon - host));
       } else {
-        uri.m_Server.assign(host, serverEnd);
+        AssignLower(uri.m_Server, host, static_cast<size_t>(serverEnd - host));
       }
       // A drive letter of a file URI: "/C:" becomes "/C|".
       std::string& path = uri.m_Path;
@@ -113,7 +157,6 @@ bool ParseInto(URI& uri, const char* text, size_t size) {
           uri.m_Scheme == "file") {
         path[2] = '|';
       }
-      URI::MakeLower(uri.m_Server);
     }
   }
 
@@ -122,15 +165,86 @@ bool ParseInto(URI& uri, const char* text, size_t size) {
   return uri.m_IsValid;
 }
 
+// Appends `field` at `o` and returns the end of what was written.
+inline char* Put(char* o, const std::string& field) {
+  if (!field.empty()) std::memcpy(o, field.data(), field.size());
+  return o + field.size();
+}
+
+// ToString(false): the same decisions as the reading form, made once, then
+// the text written into a buffer of its exact size.
+void WriteStored(const URI& uri, std::string& out) {
+  const bool hierarchical = uri.IsHierarchical();
+  const bool absolute = hierarchical && !uri.m_IsRelative;
+  const bool withScheme = absolute && !uri.m_Scheme.empty();
+  const bool withAuthority = absolute && (!uri.m_Server.empty() || uri.IsOfType(URI::StringProxy("file")));
+  const bool withUser = withAuthority && !uri.m_Username.empty();
+  const bool withPassword = withUser && !uri.m_Password.empty();
+  const bool withPort = withAuthority && !uri.m_Port.empty();
+  size_t size = 0;
+  if (hierarchical) {
+    if (withScheme) size += uri.m_Scheme.size() + 1;
+    if (withAuthority) size += 2 + uri.m_Server.size();
+    if (withUser) size += uri.m_Username.size() + 1;
+    if (withPassword) size += uri.m_Password.size() + 1;
+    if (withPort) size += uri.m_Port.size() + 1;
+    size += uri.m_Path.size();
+  } else {
+    size += uri.m_Scheme.size() + 1 + uri.m_NonHierarchical.size();
+  }
+  if (!uri.m_Query.empty()) size += uri.m_Query.size() + 1;
+  if (!uri.m_Fragment.empty()) size += uri.m_Fragment.size() + 1;
+
+  out.resize(size);
+  if (size == 0) return;
+  char* o = &out[0];
+  if (hierarchical) {
+    if (withScheme) {
+      o = Put(o, uri.m_Scheme);
+      *o++ = ':';
+    }
+    if (withAuthority) {
+      *o++ = '/';
+      *o++ = '/';
+      if (withUser) {
+        o = Put(o, uri.m_Username);
+        if (withPassword) {
+          *o++ = ':';
+          o = Put(o, uri.m_Password);
+        }
+        *o++ = '@';
+      }
+      o = Put(o, uri.m_Server);
+      if (withPort) {
+        *o++ = ':';
+        o = Put(o, uri.m_Port);
+      }
+    }
+    o = Put(o, uri.m_Path);
+  } else {
+    o = Put(o, uri.m_Scheme);
+    *o++ = ':';
+    o = Put(o, uri.m_NonHierarchical);
+  }
+  if (!uri.m_Query.empty()) {
+    *o++ = '?';
+    o = Put(o, uri.m_Query);
+  }
+  if (!uri.m_Fragment.empty()) {
+    *o++ = '#';
+    Put(o, uri.m_Fragment);
+  }
+}
+
 }  // namespace
 
 URI::URI(const char* text) : m_IsValid(false), m_IsRelative(false), m_IsHierarchical(false) {
   if (text == nullptr) text = "";
-  if (!ParseInto(*this, text, std::strlen(text))) m_IsValid = false;
+  if (!ParseInto(*this, text, std::strlen(text), true)) m_IsValid = false;
 }
 
 URI::URI(StringProxy text) : m_IsValid(false), m_IsRelative(false), m_IsHierarchical(false) {
-  if (!ParseInto(*this, text.data(), text.size())) m_IsValid = false;
+  if (!ParseInto(*this, text.data(), text.size(), true)) m_IsValid = false;
 }
 
 URI& URI::operator=(const char* text) {
@@ -162,7 +276,7 @@ void URI::ConstructURI(const std::string& text) {
 
 bool URI::ValidateURI() {
   if (IsAbsolute()) {
-    if (m_Scheme.size() < 2 || m_Scheme.find_first_not_of(URIalpha) != std::string::npos) return false;
+    if (m_Scheme.size() < 2 || !AllAlpha(m_Scheme.data(), m_Scheme.size())) return false;
   }
   if (!m_IsHierarchical) return m_NonHierarchical.find('\\') == std::string::npos;
   if (m_Path.find('\\') != std::string::npos) return false;
@@ -170,7 +284,7 @@ bool URI::ValidateURI() {
   return m_Scheme != "unknown";
 }
 
-bool URI::VerifyAlpha(StringProxy text) { return text.find_first_not_of(URIalpha) == std::string::npos; }
+bool URI::VerifyAlpha(StringProxy text) { return AllAlpha(text.data(), text.size()); }
 
 bool URI::IsIPv6(const std::string& server) {
   return HasTwoColons(server.data(), server.data() + server.size());
@@ -179,8 +293,8 @@ bool URI::IsIPv6(const std::string& server) {
 URI::StringProxy URI::ToString(bool unescape) const {
   StringProxy out;
   if (!unescape) {
-    out.reserve(m_Scheme.size() + m_Username.size() + m_Password.size() + m_Server.size() + m_Port.size() +
-                m_Path.size() + m_NonHierarchical.size() + m_Query.size() + m_Fragment.size() + 8);
+    WriteStored(*this, out);
+    return out;
   }
   // Each component as stored, or through its getter in the reading form.
   auto put = [&out, unescape](const std::string& field) {

@@ -55,6 +55,10 @@ MapsDone mapsDone VESK_CHAR_MAP;
 inline size_t FirstMember(const char* text, size_t size, const CharBitMap& map) {
   const auto* p = reinterpret_cast<const unsigned char*>(text);
   size_t i = 0;
+  // Four bit tests per branch; the byte loop below finds the exact place.
+  for (; i + 4 <= size; i += 4) {
+    if (map.Has(p[i]) | map.Has(p[i + 1]) | map.Has(p[i + 2]) | map.Has(p[i + 3])) break;
+  }
   for (; i < size; ++i) {
     if (map.Has(p[i])) break;
   }

@@ -127,34 +127,45 @@ inline int ReadEscape(const char* p, char& out) {
 }  // namespace
 
 URI::StringProxy URI::Unescape(StringProxy text, bool highBytesOnly) {
-  const char* const data = text.data();
+  char* const data = text.empty() ? nullptr : &text[0];
   const size_t size = text.size();
   const void* hit = size != 0 ? std::memchr(data, '%', size) : nullptr;
   if (hit == nullptr) return text;
   size_t p = static_cast<size_t>(static_cast<const char*>(hit) - data);
   if (size - p < 3) return text;
 
-  std::string out;
-  out.reserve(size);
+  // The result is never longer than the text and the writing position never
+  // passes the reading position, so the text is decoded in place, in the
+  // copy that the caller handed over.
+  char* o = data;
   size_t copied = 0;
   while (true) {
     char c;
     const size_t n = static_cast<size_t>(ReadEscape(data + p, c));
     if (highBytesOnly && static_cast<signed char>(c) >= 0) {
-      out.append(data + copied, p + n - copied);
+      std::memmove(o, data + copied, p + n - copied);
+      o += p + n - copied;
     } else {
-      out.append(data + copied, p - copied);
-      out.push_back(c);
+      std::memmove(o, data + copied, p - copied);
+      o += p - copied;
+      *o++ = c;
     }
     copied = p + n;
     if (copied >= size) break;
-    hit = std::memchr(data + copied, '%', size - copied);
-    if (hit == nullptr) break;
-    p = static_cast<size_t>(static_cast<const char*>(hit) - data);
+    // Escapes often follow each other: look at the next byte before searching.
+    if (data[copied] == '%') {
+      p = copied;
+    } else {
+      hit = std::memchr(data + copied, '%', size - copied);
+      if (hit == nullptr) break;
+      p = static_cast<size_t>(static_cast<const char*>(hit) - data);
+    }
     if (size - p < 3) break;
   }
-  out.append(data + copied, size - copied);
-  return StringProxy(std::move(out));
+  std::memmove(o, data + copied, size - copied);
+  o += size - copied;
+  text.resize(static_cast<size_t>(o - data));
+  return text;
 }
 
 URI::StringProxy URI::QueryUnescape(StringProxy text) {
