@@ -36,8 +36,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   uri.GetQueryByMap(fresh);
   Require(map == fresh, "GetQueryByMap kept what the map held before");
 
-  // Every name in the map is found with its value; wide targets agree.
+  // Names of the map are found with their values (the first few only: each
+  // look-up builds the whole map again).
+  size_t looked = 0;
   for (const auto& [name, value] : map) {
+    if (++looked > 8) break;
     std::string got = "x";
     Require(uri.GetQueryValue(name, got), "name of the map not found");
     Require(got == value, "GetQueryValue differs from the map");
