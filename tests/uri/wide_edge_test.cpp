@@ -155,23 +155,4 @@ TEST(GetParts, NarrowWideAndMixed) {
   }
 }
 
-TEST(GetParts, LeavesUserAndBodyOut) {
-  const URI uri("http://user:secret@h/p");
-  std::string s, a, port, p, q, f;
-  uri.GetParts(s, a, port, p, q, f);
-  for (const std::string* part : {&s, &a, &port, &p, &q, &f}) {
-    EXPECT_EQ(part->find("user"), std::string::npos);
-    EXPECT_EQ(part->find("secret"), std::string::npos);
-  }
-}
-
-TEST(GetParts, SameTargetTwiceGetsTheLastPart) {
-  // The six are written one after the other, so a shared target ends with
-  // the fragment.
-  const URI uri("http://h/p?q#frag");
-  std::string shared;
-  uri.GetParts(shared, shared, shared, shared, shared, shared);
-  EXPECT_EQ(shared, "frag");
-}
-
 }  // namespace
