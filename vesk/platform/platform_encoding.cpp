@@ -1,9 +1,11 @@
-// Strict 8-bit conversion for the platform objects. Converters are opened per
-// call through the ICU name of the text conversion service's id; ASCII has an
-// id of its own that the service need not know.
+// Strict 8-bit conversion for the platform objects, on ICU converters named
+// through the text conversion service's ids; ASCII has an id of its own that
+// the service need not know.
 #include "vesk/platform/platform_encoding.h"
 
+#include <map>
 #include <memory>
+#include <string>
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
@@ -21,7 +23,7 @@ struct ConverterCloser {
 };
 using ConverterPtr = std::unique_ptr<UConverter, ConverterCloser>;
 
-ConverterPtr OpenStrictNamed(const char* name) {
+ConverterPtr OpenStrictConverter(const char* name) {
   UErrorCode status = U_ZERO_ERROR;
   ConverterPtr converter(ucnv_open(name, &status));
   if (U_FAILURE(status) || !converter) return nullptr;
@@ -31,8 +33,22 @@ ConverterPtr OpenStrictNamed(const char* name) {
   return converter;
 }
 
+// Opening an ICU converter costs far more than a short conversion, so each
+// thread keeps the converters it has opened, by name, and resets one before
+// each use. A name that cannot be opened is remembered as such.
+UConverter* OpenStrictNamed(const char* name) {
+  thread_local std::map<std::string, ConverterPtr> converters;
+  auto found = converters.find(name);
+  if (found == converters.end()) {
+    if (converters.size() >= 64) converters.clear();  // bound the cache for hostile name streams
+    found = converters.emplace(name, OpenStrictConverter(name)).first;
+  }
+  if (found->second) ucnv_reset(found->second.get());
+  return found->second.get();
+}
+
 // A strict converter for an id, or null.
-ConverterPtr OpenStrict(unsigned long encoding) {
+UConverter* OpenStrict(unsigned long encoding) {
   encoding = ResolveEncoding(encoding);
   std::string name;
   if (encoding == kEncodingASCII) {
@@ -78,23 +94,23 @@ unsigned long ResolveEncoding(unsigned long encoding) {
 }
 
 bool DecodeBytes(const char* bytes, std::size_t count, unsigned long encoding, std::u16string& units) {
-  ConverterPtr converter = OpenStrict(encoding);
-  return converter && Decode(converter.get(), bytes, count, units);
+  UConverter* converter = OpenStrict(encoding);
+  return converter != nullptr && Decode(converter, bytes, count, units);
 }
 
 bool EncodeUnits(const unsigned short* units, std::size_t count, unsigned long encoding, std::string& bytes) {
-  ConverterPtr converter = OpenStrict(encoding);
-  return converter && Encode(converter.get(), units, count, bytes);
+  UConverter* converter = OpenStrict(encoding);
+  return converter != nullptr && Encode(converter, units, count, bytes);
 }
 
 bool DecodeBytesNamed(const char* bytes, std::size_t count, const char* name, std::u16string& units) {
-  ConverterPtr converter = OpenStrictNamed(name);
-  return converter && Decode(converter.get(), bytes, count, units);
+  UConverter* converter = OpenStrictNamed(name);
+  return converter != nullptr && Decode(converter, bytes, count, units);
 }
 
 bool EncodeUnitsNamed(const unsigned short* units, std::size_t count, const char* name, std::string& bytes) {
-  ConverterPtr converter = OpenStrictNamed(name);
-  return converter && Encode(converter.get(), units, count, bytes);
+  UConverter* converter = OpenStrictNamed(name);
+  return converter != nullptr && Encode(converter, units, count, bytes);
 }
 
 }  // namespace Platform
