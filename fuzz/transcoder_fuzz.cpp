@@ -8,6 +8,8 @@
 #include <set>
 #include <string>
 
+#include <unicode/ustring.h>
+
 #include "vesk/encoding/transcoder"
 #include "vesk/encoding/transcoder_internal.h"
 
@@ -125,6 +127,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // Valid UTF-8 makes the whole trip through UTF-16.
   if (IsValidUtf8(text)) {
     const Wide as16 = Transcoder::asUTF16(text);
+    // The same units as ICU's own string conversion gives.
+    Wide reference(text.size(), 0);
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(reinterpret_cast<UChar*>(reference.data()), static_cast<int32_t>(reference.size()), &length,
+                  text.data(), static_cast<int32_t>(text.size()), &status);
+    reference.resize(static_cast<size_t>(length));
+    Check(U_SUCCESS(status) && as16 == reference, "asUTF16 differs from ICU");
     Check(Transcoder::asUTF8(as16) == text, "UTF-8 round trip");
     Check(Transcoder::EncodingToUTF8(Transcoder::UTF8ToEncoding(text, "utf-16"), "utf-16") == text,
           "UTF-16 bytes round trip");

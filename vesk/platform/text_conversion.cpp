@@ -242,7 +242,32 @@ void FastUTF16ToUTF8(OpaqueTECObjectRef* converter, const UChar*& source, const 
   while (in < source_end && out < target_end) {
     const UChar unit = *in;
     if (unit < 0x80) {
-      *out++ = static_cast<unsigned char>(unit);
+      // Eight ASCII units at a time while they last.
+      while (source_end - in >= 8 && target_end - out >= 8) {
+        uint64_t first, second;
+        std::memcpy(&first, in, 8);
+        std::memcpy(&second, in + 4, 8);
+        if (((first | second) & 0xFF80FF80FF80FF80ull) != 0) break;
+        for (int i = 0; i < 8; ++i) out[i] = static_cast<unsigned char>(in[i]);
+        in += 8;
+        out += 8;
+      }
+      if (in < source_end && out < target_end && *in < 0x80) *out++ = static_cast<unsigned char>(*in++);
+      continue;
+    }
+    // Two- and three-byte characters directly when they fit.
+    if (unit < 0x800 && target_end - out >= 2) {
+      out[0] = static_cast<unsigned char>(0xC0 | (unit >> 6));
+      out[1] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
+      out += 2;
+      ++in;
+      continue;
+    }
+    if (unit >= 0x800 && !U16_IS_SURROGATE(unit) && target_end - out >= 3) {
+      out[0] = static_cast<unsigned char>(0xE0 | (unit >> 12));
+      out[1] = static_cast<unsigned char>(0x80 | ((unit >> 6) & 0x3F));
+      out[2] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
+      out += 3;
       ++in;
       continue;
     }
@@ -280,33 +305,39 @@ void FastUTF16ToUTF8(OpaqueTECObjectRef* converter, const UChar*& source, const 
 // at anything ill-formed or cut off, which the ICU converter then meets itself.
 void FastUTF8ToUTF16(OpaqueTECObjectRef* converter, const char*& source, const char* source_end,
                      UChar*& target, UChar* target_end) {
-  while (source < source_end && static_cast<std::size_t>(target_end - target) >= kSmallestPiece) {
-    const std::size_t room = static_cast<std::size_t>(target_end - target);
-    // No byte gives more than one unit, and a four-byte character two.
-    std::size_t bytes = std::min<std::size_t>(static_cast<std::size_t>(source_end - source), room);
-    // End the piece before a character that it would cut.
-    std::size_t lead = bytes;
-    while (lead > 0 && bytes - lead < 4 && U8_IS_TRAIL(static_cast<uint8_t>(source[lead - 1]))) --lead;
-    if (lead > 0) {
-      const uint8_t first = static_cast<uint8_t>(source[lead - 1]);
-      const std::size_t length = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-      if (lead - 1 + length > bytes) bytes = lead - 1;
-    }
-    if (bytes == 0) break;
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8(target, static_cast<int32_t>(room), &length, source, static_cast<int32_t>(bytes), &status);
-    if (U_FAILURE(status)) break;
-    source += bytes;
-    target += length;
-  }
   const auto* in = reinterpret_cast<const uint8_t*>(source);
   const auto* in_end = reinterpret_cast<const uint8_t*>(source_end);
   UChar* out = target;
   while (in < in_end && out < target_end) {
-    if (*in < 0x80) {
-      *out++ = *in++;
+    const uint8_t lead = *in;
+    if (lead < 0x80) {
+      // Eight ASCII bytes at a time while they last.
+      while (in_end - in >= 8 && target_end - out >= 8) {
+        uint64_t block;
+        std::memcpy(&block, in, 8);
+        if ((block & 0x8080808080808080ull) != 0) break;
+        for (int k = 0; k < 8; ++k) out[k] = in[k];
+        in += 8;
+        out += 8;
+      }
+      if (in < in_end && out < target_end && *in < 0x80) *out++ = *in++;
       continue;
+    }
+    // Two- and three-byte characters directly; the rest through ICU's macro.
+    if (in_end - in >= 3) {
+      const uint8_t t1 = in[1];
+      if (lead >= 0xC2 && lead <= 0xDF && U8_IS_TRAIL(t1)) {
+        *out++ = static_cast<UChar>(((lead & 0x1F) << 6) | (t1 & 0x3F));
+        in += 2;
+        continue;
+      }
+      const uint8_t t2 = in[2];
+      if (lead >= 0xE0 && lead <= 0xEF && U8_IS_TRAIL(t1) && U8_IS_TRAIL(t2) && (lead != 0xE0 || t1 >= 0xA0) &&
+          (lead != 0xED || t1 < 0xA0)) {
+        *out++ = static_cast<UChar>(((lead & 0x0F) << 12) | ((t1 & 0x3F) << 6) | (t2 & 0x3F));
+        in += 3;
+        continue;
+      }
     }
     int32_t i = 0;
     UChar32 c = 0;
