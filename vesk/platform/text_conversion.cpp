@@ -3,7 +3,6 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
-#include <unicode/ustring.h>
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
 #include <unicode/utypes.h>
@@ -217,10 +216,6 @@ ConversionStatus OpenConverter(TextConverter** converter, TextEncoding from, Tex
 
 namespace {
 
-// The bulk step of the faster UTF-8 path stops once less room than this is
-// left; single characters fill the rest.
-constexpr std::size_t kSmallestPiece = 64;
-
 // Writes what the last call held back; true when all of it fit.
 bool WritePending(OpaqueTECObjectRef* converter, unsigned char*& target, unsigned char* target_end) {
   const std::size_t count =
@@ -299,10 +294,10 @@ void FastUTF16ToUTF8(OpaqueTECObjectRef* converter, const UChar*& source, const 
   target = out;
 }
 
-// UTF-8 to UTF-16, filling the output to the last unit: whole pieces through
-// ICU's string function while there is room, then single characters through
-// its macros; the second unit of a pair that does not fit is held back. Stops
-// at anything ill-formed or cut off, which the ICU converter then meets itself.
+// UTF-8 to UTF-16, filling the output to the last unit with ICU's character
+// macros (ASCII eight bytes at a time); the second unit of a pair that does not
+// fit is held back. Stops at anything ill-formed or cut off, which the ICU
+// converter then meets itself, so that both fill buffers alike.
 void FastUTF8ToUTF16(OpaqueTECObjectRef* converter, const char*& source, const char* source_end,
                      UChar*& target, UChar* target_end) {
   const auto* in = reinterpret_cast<const uint8_t*>(source);
