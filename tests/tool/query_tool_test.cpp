@@ -89,7 +89,7 @@ TEST(ToolQuery, Table) {
   const ToolCase rows[] = {
       {{"query", "http://h/?b=2&a=1+x&c"}, "", 0, "a\t1 x\nb\t2\nc\t\n"},
       {{"query", "http://h/p"}, "", 0, ""},
-      {{"query"}, "http://h/?x=1\nhttp://h/?y=%C3%A9\n", 0, "x\t1\ny\t\xC3\xA9\n"},
+      {{"query"}, "http://h/?x=1\nhttp://h/?y=%C3%A9\n", 0, "x\t1\n\ny\t\xC3\xA9\n\n"},
       {{"query", "--get", "a", "http://h/?a=b=c"}, "", 0, "b=c\n"},
       {{"query", "--get", "a", "http://h/?a"}, "", 0, "\n"},
       {{"query", "--get", "A", "http://h/?a=1"}, "", 1, ""},
@@ -97,7 +97,7 @@ TEST(ToolQuery, Table) {
       {{"query", "--set", "k=a&b=c", "http://h/"}, "", 0, "http://h/?k=a%26b%3Dc\n"},
       {{"query", "--set", "novalue", "http://h/"}, "", 1, ""},
       {{"query", "a\\b"}, "", 1, ""},
-      {{"query", "a\\b", "http://h/?k=v"}, "", 1, "k\tv\n"},
+      {{"query", "a\\b", "http://h/?k=v"}, "", 1, "k\tv\n\n"},
   };
   for (const auto& row : rows) check(row);
 }

@@ -31,7 +31,8 @@ void Run(const QueryOptions& opt, bool getting) {
     sets.emplace_back(item.substr(0, eq), item.substr(eq + 1));
   }
 
-  for (const auto& text : vesktool::ItemsOrStdin(opt.uris)) {
+  const std::vector<std::string> items = vesktool::ItemsOrStdin(opt.uris);
+  for (const auto& text : items) {
     Vesk::URI uri(text);
     if (!uri.IsValidURI()) {
       vesktool::ReportBadInput("query", text, "not a valid URI");
@@ -67,6 +68,8 @@ void Run(const QueryOptions& opt, bool getting) {
         vesktool::PrintJson({{"uri", vesktool::JsonText(text)}, {"query", query}});
       } else {
         for (const auto& [name, value] : map) std::cout << name << '\t' << value << '\n';
+        // With several URIs a blank line ends each one's pairs.
+        if (items.size() > 1) std::cout << '\n';
       }
     }
   }
@@ -76,11 +79,13 @@ const vesktool::CommandRegistrar reg("query", [](CLI::App& app) {
   auto opt = std::make_shared<QueryOptions>();
   CLI::App* sub = app.add_subcommand(
       "query",
-      "The query of each URI as plain names and values (name, a tab, value, one pair per line, in name order); "
+      "The query of each URI as plain names and values (name, a tab, value, one pair per line, in name order, "
+      "a blank line after each URI when there are several); "
       "with --get the value of one name; with --set the URI with the values set (the query is rewritten in "
       "canonical form: sorted, '+' as %20)");
   sub->add_option("uri", opt->uris, "URIs (escaped form); none: one per line on standard input");
-  CLI::Option* get = sub->add_option("--get", opt->get, "Print the plain value of NAME (an error when absent)");
+  CLI::Option* get = sub->add_option("--get", opt->get, "Print the plain value of NAME (an error when absent)")
+                         ->type_name("NAME");
   CLI::Option* set =
       sub->add_option("--set", opt->sets, "Set NAME to VALUE (plain text); may be given several times, in order")
           ->type_name("NAME=VALUE")
