@@ -1,6 +1,7 @@
 // Parsing URI text into components, validating, and writing it back.
 #include "vesk/uri/uri"
 
+#include <cstdint>
 #include <cstring>
 
 namespace Vesk {
@@ -22,6 +23,37 @@ inline bool HasTwoColons(const char* begin, const char* end) {
   return first != nullptr && FindByte(first + 1, end, ':') != nullptr;
 }
 
+constexpr uint64_t kOnes = 0x0101010101010101ULL;
+constexpr uint64_t kHighs = 0x8080808080808080ULL;
+
+inline uint64_t Load8(const char* p) {
+  uint64_t v;
+  std::memcpy(&v, p, 8);
+  return v;
+}
+
+// Non-zero when some byte of `v` equals `c` (the test of eight bytes at once).
+inline uint64_t HasByte(uint64_t v, unsigned char c) {
+  const uint64_t x = v ^ (kOnes * c);
+  return (x - kOnes) & ~x & kHighs;
+}
+
+// The eight bytes of `v` with A-Z lowered; every other byte stays.
+inline uint64_t LowerEight(uint64_t v) {
+  const uint64_t h = v & ~kHighs;
+  const uint64_t fromA = h + kOnes * (0x80 - 'A');
+  const uint64_t pastZ = h + kOnes * (0x80 - 'Z' - 1);
+  const uint64_t upper = (fromA ^ pastZ) & ~v & kHighs;
+  return v | (upper >> 2);
+}
+
+// Bytes that end or divide an authority.
+enum : unsigned char { kSlash = 1, kAt = 2, kColon = 3 };
+constexpr unsigned char kAuthorityClass[256] = {
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, kSlash, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, kColon, 0, 0, 0, 0, 0,
+    kAt};
+
 inline bool IsAsciiLetter(char c) { return static_cast<unsigned char>((c | 0x20) - 'a') < 26; }
 
 // Whether every byte of the `size` bytes at `text` is in URIalpha. While
@@ -41,13 +73,30 @@ bool AllAlpha(const char* text, size_t size) {
   return true;
 }
 
-// Copies the `size` bytes at `text` into `field`, lower-cased, in one pass.
+// Replaces `field`, which does not hold the source, by the bytes from `begin`
+// to `end`. When the field must grow anyway, building a new string and moving
+// it in takes a shorter road than assign, which allows for overlap.
+inline void SetRange(std::string& field, const char* begin, const char* end) {
+  const size_t size = static_cast<size_t>(end - begin);
+  if (size <= field.capacity()) {
+    field.assign(begin, size);
+  } else {
+    field = std::string(begin, end);
+  }
+}
+
+// Copies the `size` bytes at `text` into `field`, lower-cased.
 void AssignLower(std::string& field, const char* text, size_t size) {
-  field.resize(size);
+  SetRange(field, text, text + size);
   if (size == 0) return;
   char* o = &field[0];
-  for (size_t i = 0; i < size; ++i) {
-    const unsigned char c = static_cast<unsigned char>(text[i]);
+  size_t i = 0;
+  for (; i + 8 <= size; i += 8) {
+    const uint64_t v = LowerEight(Load8(o + i));
+    std::memcpy(o + i, &v, 8);
+  }
+  for (; i < size; ++i) {
+    const unsigned char c = static_cast<unsigned char>(o[i]);
     o[i] = static_cast<char>(c | ((static_cast<unsigned char>(c - 'A') < 26) << 5));
   }
 }
@@ -67,11 +116,11 @@ bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
 
   // Fragment and query are cut from the back: the last '#', then the last '?'.
   if (const char* hash = FindLastByte(w, end, '#')) {
-    if (hash + 1 < end) uri.m_Fragment.assign(hash + 1, end);
+    if (hash + 1 < end) SetRange(uri.m_Fragment, hash + 1, end);
     end = hash;
   }
   if (const char* question = FindLastByte(w, end, '?')) {
-    if (question + 1 < end) uri.m_Query.assign(question + 1, end);
+    if (question + 1 < end) SetRange(uri.m_Query, question + 1, end);
     end = question;
   }
 
@@ -89,51 +138,69 @@ bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
     if (!fresh) uri.m_Scheme.clear();
     uri.m_IsRelative = true;
     uri.m_IsHierarchical = true;
-    uri.m_Path.assign(w, end);
+    SetRange(uri.m_Path, w, end);
   } else {
     AssignLower(uri.m_Scheme, w, static_cast<size_t>(colon - w));
     w = colon + 1;
     if (end - w < 2 || w[0] != '/' || w[1] != '/') {
-      uri.m_NonHierarchical.assign(w, end);
+      SetRange(uri.m_NonHierarchical, w, end);
     } else {
       uri.m_IsHierarchical = true;
       w += 2;
       if (end - w >= 2 && w[0] == '/' && w[1] == '/') {
         while (w < end && *w == '/') ++w;
       }
+      // One pass over the authority, up to the first '/': the first '@', the
+      // first ':' before it (the password's), and the first two colons
+      // behind it (the port's, or an IPv6 address).
       const char* serverEnd = end;
-      if (const char* slash = FindByte(w, end, '/')) {
-        serverEnd = slash;
-        uri.m_Path.assign(slash, end);
-      }
-      // User information: before the first '@', the password behind the
-      // first ':' of it. The authority is short: plain loops beat searches.
-      const char* host = w;
-      for (const char* p = w; p < serverEnd; ++p) {
-        if (*p != '@') continue;
-        host = p + 1;
-        const char* userColon = w;
-        while (userColon < p && *userColon != ':') ++userColon;
-        uri.m_Username.assign(w, userColon);
-        if (userColon < p) uri.m_Password.assign(userColon + 1, p);
-        break;
-      }
-      // Host and port: the first colon, and whether there is a second.
+      const char* at = nullptr;
+      const char* userColon = nullptr;
       const char* firstColon = nullptr;
       bool ipv6 = false;
-      for (const char* p = host; p < serverEnd; ++p) {
-        if (*p != ':') continue;
-        if (firstColon != nullptr) {
-          ipv6 = true;
+      for (const char* p = w; p < end; ++p) {
+        // Eight bytes at a time past stretches with none of '/', '@', ':'.
+        while (end - p >= 8) {
+          const uint64_t v = Load8(p);
+          if (HasByte(v, '/') | HasByte(v, '@') | HasByte(v, ':')) break;
+          p += 8;
+        }
+        if (p >= end) break;
+        const unsigned char k = kAuthorityClass[static_cast<unsigned char>(*p)];
+        if (k == 0) continue;
+        if (k == kSlash) {
+          serverEnd = p;
           break;
         }
-        firstColon = p;
+        if (k == kAt) {
+          if (at == nullptr) {
+            at = p;
+            userColon = firstColon;
+            firstColon = nullptr;
+            ipv6 = false;
+          }
+        } else if (firstColon == nullptr) {
+          firstColon = p;
+        } else {
+          ipv6 = true;
+        }
+      }
+      if (serverEnd != end) SetRange(uri.m_Path, serverEnd, end);
+      const char* host = w;
+      if (at != nullptr) {
+        host = at + 1;
+        if (userColon != nullptr) {
+          SetRange(uri.m_Username, w, userColon);
+          SetRange(uri.m_Password, userColon + 1, at);
+        } else {
+          SetRange(uri.m_Username, w, at);
+        }
       }
       if (ipv6 && *host == '[') {
         const char* hostEnd = serverEnd;
         for (const char* p = host; p + 1 < serverEnd; ++p) {
           if (p[0] == ']' && p[1] == ':') {
-            uri.m_Port.assign(p + 2, serverEnd);
+            SetRange(uri.m_Port, p + 2, serverEnd);
             hostEnd = p + 1;
             break;
           }
@@ -146,7 +213,7 @@ bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
         uri.m_Server.push_back(']');
         URI::MakeLower(uri.m_Server);
       } else if (firstColon != nullptr) {
-        uri.m_Port.assign(firstColon + 1, serverEnd);
+        SetRange(uri.m_Port, firstColon + 1, serverEnd);
         AssignLower(uri.m_Server, host, static_cast<size_t>(firstColon - host));
       } else {
         AssignLower(uri.m_Server, host, static_cast<size_t>(serverEnd - host));
