@@ -49,7 +49,7 @@ const vesktool::CommandRegistrar reg("common", [](CLI::App& app) {
       "common",
       "The deepest directory that holds both A and B, printed in escaped form; on different servers or schemes the "
       "root of A. With only A, the Bs are the lines of standard input; with neither, each line is A, a tab and B.");
-  sub->add_option("operands", opt->operands, "A and B (escaped URI text)")->type_name("A B")->expected(0, 2);
+  sub->add_option("operands", opt->operands, "A and then one or more Bs (escaped URI text)")->type_name("URI");
   sub->add_flag("--ignore-case", opt->ignoreCase, "Compare path segments without regard to ASCII case");
   sub->add_flag("--json", opt->json, "One JSON object per pair");
   sub->callback([opt]() { Run(*opt); });

@@ -54,7 +54,7 @@ const vesktool::CommandRegistrar reg("relation", [](CLI::App& app) {
       "How A lies against B: 'child' (A below B), 'same', 'parent' (A above B) or 'none' (also for relative URIs). "
       "Path segments are compared with case. With only A, the Bs are the lines of standard input; with neither, "
       "each line is A, a tab and B.");
-  sub->add_option("operands", opt->operands, "A and B (escaped URI text)")->type_name("A B")->expected(0, 2);
+  sub->add_option("operands", opt->operands, "A and then one or more Bs (escaped URI text)")->type_name("URI");
   sub->add_flag("--json", opt->json, "One JSON object per pair");
   sub->callback([opt]() { Run(*opt); });
 });

@@ -52,7 +52,7 @@ const vesktool::CommandRegistrar reg("relative", [](CLI::App& app) {
       "URI as a relative reference from the directory of BASE, printed in escaped form (a relative URI is printed "
       "as it is). With only URI, the bases are the lines of standard input; with neither, each line is URI, a tab "
       "and BASE.");
-  sub->add_option("operands", opt->operands, "URI and BASE (escaped URI text)")->type_name("URI BASE")->expected(0, 2);
+  sub->add_option("operands", opt->operands, "URI and then one or more BASEs (escaped URI text)")->type_name("URI");
   sub->add_flag("--ignore-case", opt->ignoreCase, "Compare path segments without regard to ASCII case");
   sub->add_flag("--json", opt->json, "One JSON object per pair");
   sub->callback([opt]() { Run(*opt); });

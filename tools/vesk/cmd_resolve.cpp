@@ -68,9 +68,9 @@ const vesktool::CommandRegistrar reg("resolve", [](CLI::App& app) {
       "is. With only BASE, the references are the lines of standard input; with neither, each line is BASE, a tab "
       "and REF.");
   sub->add_option("operands", opt->operands, "BASE and then one or more REFs (escaped URI text)")
-      ->type_name("BASE REF...");
+      ->type_name("URI");
   CLI::Option* chdir = sub->add_flag(
-      "--chdir", opt->chdir, "Move BASE by each REF as ChDir does (a REF that does not parse leaves no valid URI)");
+      "--chdir", opt->chdir, "Move BASE by each REF as a shell moves through directories (a REF that does not parse leaves no valid URI)");
   sub->add_flag("--escape", opt->escape, "With --chdir: REF is literal path text, escaped first ('?', '#', '%' lose "
                                          "their meaning)")
       ->needs(chdir);
