@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
@@ -47,19 +48,30 @@ UConverter* OpenStrictNamed(const char* name) {
   return found->second.get();
 }
 
-// A strict converter for an id, or null.
-UConverter* OpenStrict(unsigned long encoding) {
-  encoding = ResolveEncoding(encoding);
+// The ICU name for an id, or an empty text when the id names no 8-bit
+// encoding. Ids are stable for the life of the process, so each thread keeps
+// the names it has looked up.
+const std::string& ConverterNameOf(unsigned long encoding) {
+  thread_local std::map<unsigned long, std::string> names;
+  auto found = names.find(encoding);
+  if (found != names.end()) return found->second;
   std::string name;
   if (encoding == kEncodingASCII) {
     name = "US-ASCII";
   } else {
     unsigned char prefixed[256];
-    if (TextEncodingInternetName(encoding, prefixed) != kConversionOK || prefixed[0] == 0) return nullptr;
-    name.assign(reinterpret_cast<const char*>(prefixed + 1), prefixed[0]);
-    if (name == "utf-16") return nullptr;  // not an 8-bit encoding
+    if (TextEncodingInternetName(encoding, prefixed) == kConversionOK && prefixed[0] != 0)
+      name.assign(reinterpret_cast<const char*>(prefixed + 1), prefixed[0]);
+    if (name == "utf-16") name.clear();  // not an 8-bit encoding
   }
-  return OpenStrictNamed(name.c_str());
+  if (names.size() >= 64) names.clear();
+  return names.emplace(encoding, std::move(name)).first->second;
+}
+
+// A strict converter for an id, or null.
+UConverter* OpenStrict(unsigned long encoding) {
+  const std::string& name = ConverterNameOf(ResolveEncoding(encoding));
+  return name.empty() ? nullptr : OpenStrictNamed(name.c_str());
 }
 
 bool Decode(UConverter* converter, const char* bytes, std::size_t count, std::u16string& units) {
