@@ -2,6 +2,7 @@
 // escaped UTF-8 form the class keeps, and writing them back out.
 #include <strings.h>
 
+#include <cstring>
 #include <string>
 
 #include "vesk/encoding/transcoder"
@@ -19,7 +20,8 @@ namespace {
 bool AsciiTransparent(const std::string& encoding) {
   static const char* const kNames[] = {"utf-8", "iso-8859-1", "shift_jis", "euc-jp", "windows-1252"};
   for (const char* name : kNames) {
-    if (strcasecmp(encoding.c_str(), name) == 0) return true;
+    // The length test keeps a name with a NUL inside from matching a prefix.
+    if (encoding.size() == std::strlen(name) && strcasecmp(encoding.c_str(), name) == 0) return true;
   }
   return false;
 }
@@ -41,16 +43,12 @@ bool PlainAscii(const std::string& text) {
   return true;
 }
 
-}  // namespace
-
-URI::StringProxy URI::ToEncodedString(StringProxy encoding) {
-  return StringProxy(Transcoder::UTF8ToEncoding(ToStringUTF8(), encoding));
-}
-
-bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
+// NormalizeEncoding, with `transparent` saying whether `encoding` is one of
+// the charsets of AsciiTransparent.
+bool Normalize(std::string& text, const std::string& encoding, bool transparent) {
   if (text.empty()) return true;
   // Without escapes the result is the round trip of the text itself.
-  if (PlainAscii(text) && AsciiTransparent(encoding)) return true;
+  if (transparent && PlainAscii(text)) return true;
   // `out` gathers legacy bytes: UTF-8 stretches converted to the encoding and
   // escapes decoded to the bytes they stand for, so that a character escaped
   // byte by byte (or half escaped) is read back as one character at the end.
@@ -71,7 +69,7 @@ bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
     }
     if (left < 3) break;
     // A malformed group such as "%zz" comes back unchanged: three bytes.
-    out += Unescape(StringProxy(text.substr(pos, 3)), false);
+    out += URI::Unescape(URI::StringProxy(text.substr(pos, 3)), false);
     pos += 3;
   }
   if (pos < size) {
@@ -84,9 +82,20 @@ bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
   return true;
 }
 
+}  // namespace
+
+URI::StringProxy URI::ToEncodedString(StringProxy encoding) {
+  return StringProxy(Transcoder::UTF8ToEncoding(ToStringUTF8(), encoding));
+}
+
+bool URI::NormalizeEncoding(std::string& text, const std::string& encoding) {
+  return Normalize(text, encoding, AsciiTransparent(encoding));
+}
+
 bool URI::FromEncodedString(StringProxy text, StringProxy encoding) {
+  const bool transparent = AsciiTransparent(encoding);
   // Printable ASCII in a transparent charset is its own UTF-8 form.
-  const bool parsed = PrintableAscii(text) && AsciiTransparent(encoding)
+  const bool parsed = transparent && PrintableAscii(text)
                           ? ParseURI(text)
                           : ParseURI(Transcoder::EncodingToUTF8(text, encoding));
   if (!parsed) m_IsValid = false;
@@ -97,7 +106,7 @@ bool URI::FromEncodedString(StringProxy text, StringProxy encoding) {
   auto pass = [&](const std::string& field, auto store) {
     if (!ok) return;
     std::string value = field;
-    if (!NormalizeEncoding(value, encoding)) {
+    if (!Normalize(value, encoding, transparent)) {
       ok = false;
       return;
     }
