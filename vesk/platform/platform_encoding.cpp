@@ -3,6 +3,7 @@
 // the service need not know.
 #include "vesk/platform/platform_encoding.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
+#include <unicode/ustring.h>
 
 #include "vesk/platform/cfstring"
 #include "vesk/platform/locale_facts"
@@ -18,6 +20,8 @@
 namespace Vesk {
 namespace Platform {
 namespace {
+
+const unsigned long kUtf8Id = UnicodeTextEncoding(kUnicodeDefaultBase, 0, kUTF8Format);
 
 struct ConverterCloser {
   void operator()(UConverter* c) const { ucnv_close(c); }
@@ -106,12 +110,44 @@ unsigned long ResolveEncoding(unsigned long encoding) {
 }
 
 bool DecodeBytes(const char* bytes, std::size_t count, unsigned long encoding, std::u16string& units) {
-  UConverter* converter = OpenStrict(encoding);
+  // UTF-8 and ASCII, the usual application encodings, without a converter.
+  const unsigned long resolved = ResolveEncoding(encoding);
+  if (resolved == kUtf8Id && count < 0x7FFFFFFF) {
+    units.resize(count + 1);
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(reinterpret_cast<UChar*>(&units[0]), static_cast<int32_t>(units.size()), &length, bytes,
+                  static_cast<int32_t>(count), &status);
+    if (U_FAILURE(status)) return false;
+    units.resize(static_cast<std::size_t>(length));
+    return true;
+  }
+  if (resolved == kEncodingASCII) {
+    units.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+      const auto byte = static_cast<unsigned char>(bytes[i]);
+      if (byte >= 0x80) return false;
+      units[i] = byte;
+    }
+    return true;
+  }
+  UConverter* converter = OpenStrict(resolved);
   return converter != nullptr && Decode(converter, bytes, count, units);
 }
 
 bool EncodeUnits(const unsigned short* units, std::size_t count, unsigned long encoding, std::string& bytes) {
-  UConverter* converter = OpenStrict(encoding);
+  const unsigned long resolved = ResolveEncoding(encoding);
+  if (resolved == kUtf8Id && count < 0x20000000) {
+    bytes.resize(count * 3 + 1);
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8(&bytes[0], static_cast<int32_t>(bytes.size()), &length, reinterpret_cast<const UChar*>(units),
+                static_cast<int32_t>(count), &status);
+    if (U_FAILURE(status)) return false;
+    bytes.resize(static_cast<std::size_t>(length));
+    return true;
+  }
+  UConverter* converter = OpenStrict(resolved);
   return converter != nullptr && Encode(converter, units, count, bytes);
 }
 
