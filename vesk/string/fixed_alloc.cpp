@@ -10,11 +10,13 @@ namespace {
 // a pointer (the block size is the caller's), so the link is copied bytewise.
 CFixedAlloc::CNode* NextOf(const CFixedAlloc::CNode* node) {
   CFixedAlloc::CNode* next;
-  std::memcpy(&next, node, sizeof next);
+  std::memcpy(&next, static_cast<const void*>(node), sizeof next);
   return next;
 }
 
-void SetNext(CFixedAlloc::CNode* node, CFixedAlloc::CNode* next) { std::memcpy(node, &next, sizeof next); }
+void SetNext(CFixedAlloc::CNode* node, CFixedAlloc::CNode* next) {
+  std::memcpy(static_cast<void*>(node), &next, sizeof next);
+}
 
 }  // namespace
 
