@@ -1,6 +1,7 @@
 // Local paths of the three notations into file URIs. The rules are textual:
 // nothing here looks at a file system, the current directory or the host name.
 #include <string>
+#include <utility>
 
 #include "vesk/uri/uri"
 
@@ -17,10 +18,10 @@ void ReplaceAll(std::string& text, char from, char to) {
 }  // namespace
 
 // The build's notation: the colon form, which also passes slash paths through.
-void URI::LocalPathToURI(StringProxy path) { LocalPathToURIMac(path); }
+void URI::LocalPathToURI(StringProxy path) { LocalPathToURIMac(std::move(path)); }
 
 void URI::LocalPathToURIWin(StringProxy path) {
-  std::string p = path;
+  std::string p = std::move(path);
   std::string host;
   ReplaceAll(p, '\\', '/');
   if (p.size() >= 2 && p[0] == '/' && p[1] == '/') {
@@ -37,20 +38,21 @@ void URI::LocalPathToURIWin(StringProxy path) {
   if (!p.empty() && p[0] != '/') p.insert(p.begin(), '/');
   // Every colon, not only a drive's, becomes the bar of a drive mark.
   ReplaceAll(p, ':', '|');
-  SetParts(StringProxy("file"), StringProxy(host), StringProxy(), StringProxy(p), StringProxy(), StringProxy());
+  SetParts(StringProxy("file"), StringProxy(std::move(host)), StringProxy(), StringProxy(std::move(p)), StringProxy(),
+           StringProxy());
 }
 
 void URI::LocalPathToURIUnix(StringProxy path) {
-  std::string p = path;
+  std::string p = std::move(path);
   if (p.empty() || p[0] != '/') p.insert(p.begin(), '/');
-  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(p), StringProxy(), StringProxy());
+  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(std::move(p)), StringProxy(), StringProxy());
 }
 
 void URI::LocalPathToURIMac(StringProxy path) {
-  std::string p = path;
+  std::string p = std::move(path);
   ReplaceAll(p, ':', '/');
   if (p.empty() || p[0] != '/') p.insert(p.begin(), '/');
-  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(p), StringProxy(), StringProxy());
+  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(std::move(p)), StringProxy(), StringProxy());
 }
 
 }  // namespace Vesk

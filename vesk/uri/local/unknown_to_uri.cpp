@@ -3,6 +3,7 @@
 // guesses is the whole algorithm.
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "vesk/uri/uri"
 
@@ -36,12 +37,12 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
 
   // Windows forms: a drive (any byte before the colon will do), a server path.
   if (HasAt(text, 1, ":\\") || HasAt(text, 0, "\\\\") || HasAt(text, 1, ":/") || HasAt(text, 0, "//")) {
-    LocalPathToURIWin(text);
+    LocalPathToURIWin(std::move(text));
     return true;
   }
 
   if (text[0] == '/') {
-    LocalPathToURIUnix(text);
+    LocalPathToURIUnix(std::move(text));
     return true;
   }
 
@@ -59,7 +60,7 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
   const size_t colon = text.find(':');
   if (colon != std::string::npos && !HasAt(text, colon, "://") &&
       !IsOpaqueScheme(std::string_view(text).substr(0, colon))) {
-    LocalPathToURIMac(text);
+    LocalPathToURIMac(std::move(text));
     return true;
   }
 
