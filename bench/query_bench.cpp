@@ -37,7 +37,8 @@ bool AllPeersAccept(const std::string& query) {
 #ifdef VESK_HAVE_URIPARSER
   UriQueryListA* list = nullptr;
   int count = 0;
-  if (uriDissectQueryMallocA(&list, &count, query.data(), query.data() + query.size()) != URI_SUCCESS) return false;
+  if (uriDissectQueryMallocA(&list, &count, query.data(), query.data() + query.size()) != URI_SUCCESS)
+    return false;
   uriFreeQueryListA(list);
 #endif
 #ifdef VESK_HAVE_BOOST_URL
@@ -176,7 +177,8 @@ std::vector<std::string> LegacyUrls(const std::string& charset, const std::strin
     while (a < words.size() && static_cast<unsigned char>(words[a]) >= 0x80) ++a;
     size_t b = a + 40;
     while (b < words.size() && static_cast<unsigned char>(words[b]) >= 0x80) ++b;
-    const std::string url = "http://example.org/wiki/" + words.substr(pos, a - pos) + "?q=" + words.substr(a, b - a);
+    const std::string url =
+        "http://example.org/wiki/" + words.substr(pos, a - pos) + "?q=" + words.substr(a, b - a);
     pos = b;
     const std::string encoded = Vesk::Transcoder::UTF8ToEncoding(url, charset);
     if (encoded.size() > 30) out.push_back(encoded);
@@ -248,10 +250,10 @@ struct Registered {
                                     {"iso-8859-1", "text/french.utf8.txt", "iso-8859-1"}};
     for (const auto& l : legacy) {
       auto* urls = new std::vector<std::string>(LegacyUrls(l.charset, l.text));
-      benchmark::RegisterBenchmark((std::string("FromEncodedString/vesk/") + l.name).c_str(), FromEncodedVesk, urls,
-                                   l.charset);
-      benchmark::RegisterBenchmark((std::string("FromEncodedString/icu_convert/") + l.name).c_str(), FromEncodedIcu,
+      benchmark::RegisterBenchmark((std::string("FromEncodedString/vesk/") + l.name).c_str(), FromEncodedVesk,
                                    urls, l.charset);
+      benchmark::RegisterBenchmark((std::string("FromEncodedString/icu_convert/") + l.name).c_str(),
+                                   FromEncodedIcu, urls, l.charset);
     }
   }
 };

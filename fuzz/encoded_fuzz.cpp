@@ -12,7 +12,7 @@
 
 namespace {
 
-const char* const kCharsets[] = {"iso-8859-1", "shift_jis", "utf-8",        "euc-jp",
+const char* const kCharsets[] = {"iso-8859-1",  "shift_jis",    "utf-8",          "euc-jp",
                                  "iso-2022-jp", "windows-1252", "no-such-charset"};
 
 void Require(bool condition, const char* what) {
@@ -46,7 +46,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   {
     Vesk::URI scratch;
     std::string normal = text;
-    if (!scratch.NormalizeEncoding(normal, charset)) Require(normal == text, "failed NormalizeEncoding changed text");
+    if (!scratch.NormalizeEncoding(normal, charset))
+      Require(normal == text, "failed NormalizeEncoding changed text");
     Require(Fields(scratch) == Fields(Vesk::URI()), "NormalizeEncoding changed the object");
   }
 
@@ -71,7 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string escaped = uri.ToStringUTF8Escaped();
   size_t high = 0;
   for (const char c : stored) high += static_cast<unsigned char>(c) >= 0x80;
-  for (const char c : escaped) Require(static_cast<unsigned char>(c) < 0x80, "high byte left in escaped form");
+  for (const char c : escaped)
+    Require(static_cast<unsigned char>(c) < 0x80, "high byte left in escaped form");
   Require(escaped.size() == stored.size() + 2 * high, "escaped form has the wrong length");
   Require(Fields(uri) == before, "ToStringUTF8Escaped changed the object");
 

@@ -37,7 +37,8 @@ Result Vesk(const std::vector<std::string>& args, const std::string& input = "")
   char dir[] = "/tmp/vesk_query_tool_XXXXXX";
   Result result;
   if (mkdtemp(dir) == nullptr) return result;
-  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out", err = std::string(dir) + "/err";
+  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out",
+                    err = std::string(dir) + "/err";
   std::ofstream(in, std::ios::binary) << input;
   std::vector<std::string> store = {VESK_TOOL_PATH};
   store.insert(store.end(), args.begin(), args.end());
@@ -93,7 +94,10 @@ TEST(ToolQuery, Table) {
       {{"query", "--get", "a", "http://h/?a=b=c"}, "", 0, "b=c\n"},
       {{"query", "--get", "a", "http://h/?a"}, "", 0, "\n"},
       {{"query", "--get", "A", "http://h/?a=1"}, "", 1, ""},
-      {{"query", "--set", "m=x y", "--set", "a=9", "http://h/?z=1&a=2#f"}, "", 0, "http://h/?a=9&m=x%20y&z=1#f\n"},
+      {{"query", "--set", "m=x y", "--set", "a=9", "http://h/?z=1&a=2#f"},
+       "",
+       0,
+       "http://h/?a=9&m=x%20y&z=1#f\n"},
       {{"query", "--set", "k=a&b=c", "http://h/"}, "", 0, "http://h/?k=a%26b%3Dc\n"},
       {{"query", "--set", "novalue", "http://h/"}, "", 1, ""},
       {{"query", "a\\b"}, "", 1, ""},
@@ -124,8 +128,14 @@ TEST(ToolEncode, Table) {
   const ToolCase rows[] = {
       {{"encode", "--charset", "iso-8859-1", "http://x/caf%C3%A9"}, "", 0, "http://x/caf\xE9\n"},
       {{"encode", "--charset", "iso-8859-1", "http://x/a%20b%41"}, "", 0, "http://x/a%20b%41\n"},
-      {{"encode", "--charset", "shift_jis", "http://x/%E8%A1%A8?%E3%83%86"}, "", 0, "http://x/\x95\x5C?\x83\x65\n"},
-      {{"encode", "--charset", "shift_jis"}, "http://x/\xE3\x83\x86\nhttp://y/\n", 0, "http://x/\x83\x65\nhttp://y/\n"},
+      {{"encode", "--charset", "shift_jis", "http://x/%E8%A1%A8?%E3%83%86"},
+       "",
+       0,
+       "http://x/\x95\x5C?\x83\x65\n"},
+      {{"encode", "--charset", "shift_jis"},
+       "http://x/\xE3\x83\x86\nhttp://y/\n",
+       0,
+       "http://x/\x83\x65\nhttp://y/\n"},
       {{"encode", "--charset", "iso-8859-1", "%E2%82%AC"}, "", 1, ""},
       {{"encode", "--charset", "no-such-charset", "http://x/"}, "", 1, ""},
       {{"encode", "--charset", "iso-8859-1", "a\\b"}, "", 1, ""},
@@ -149,7 +159,8 @@ TEST(ToolParseCharset, ReadsLegacyText) {
   const Row rows[] = {
       {"iso-8859-1", "http://x/caf%E9", "/caf\xC3\xA9", "http://x/caf\xC3\xA9"},
       {"iso-8859-1", "http://x/caf\xE9?q=%FC", "/caf\xC3\xA9", "http://x/caf\xC3\xA9?q=\xC3\xBC"},
-      {"shift_jis", "http://x/\x95\x5C/%83%65", "/\xE8\xA1\xA8/\xE3\x83\x86", "http://x/\xE8\xA1\xA8/\xE3\x83\x86"},
+      {"shift_jis", "http://x/\x95\x5C/%83%65", "/\xE8\xA1\xA8/\xE3\x83\x86",
+       "http://x/\xE8\xA1\xA8/\xE3\x83\x86"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.input);

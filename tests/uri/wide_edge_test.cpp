@@ -84,7 +84,8 @@ TEST(StringRefProxy, FieldsInOrder) {
   static_assert(sizeof(P::m_IsWide) == 4, "the wide flag is a 32-bit word");
   static_assert(offsetof(P, m_IsWide) < offsetof(P, m_Narrow), "m_IsWide comes first");
   static_assert(offsetof(P, m_Narrow) < offsetof(P, m_Wide), "m_Narrow comes before m_Wide");
-  static_assert(!std::is_constructible<P, const std::string&>::value, "targets are taken by non-const reference");
+  static_assert(!std::is_constructible<P, const std::string&>::value,
+                "targets are taken by non-const reference");
   static_assert(!std::is_constructible<P, const Wide&>::value, "targets are taken by non-const reference");
 
   std::string narrow;
@@ -122,7 +123,8 @@ const PartsCase kPartsCases[] = {
     {"http://[::1]:80/p", {"http", "::1", "80", "/p", "", ""}},
     {"mailto:joe@example.org?subject=hi%20there#f", {"mailto", "", "", "", "subject=hi there", "f"}},
     {"a/b?c#d", {"", "", "", "a/b", "c", "d"}},
-    {"http://x/caf%C3%A9?q=\xE6\x97\xA5#\xC3\xA9", {"http", "x", "", "/caf\xC3\xA9", "q=\xE6\x97\xA5", "\xC3\xA9"}},
+    {"http://x/caf%C3%A9?q=\xE6\x97\xA5#\xC3\xA9",
+     {"http", "x", "", "/caf\xC3\xA9", "q=\xE6\x97\xA5", "\xC3\xA9"}},
     {"file:///C:/dir/x.txt", {"file", "", "", "/C|/dir/x.txt", "", ""}},
     {"ftp://h:%32%31/", {"ftp", "h", "21", "/", "", ""}},
 };

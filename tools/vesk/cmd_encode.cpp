@@ -51,10 +51,12 @@ void Run(const EncodeOptions& opt) {
 const vesktool::CommandRegistrar reg("encode", [](CLI::App& app) {
   auto opt = std::make_shared<EncodeOptions>();
   CLI::App* sub = app.add_subcommand(
-      "encode", "Each URI written in a legacy charset: escapes of non-ASCII bytes decoded and the text converted, "
-                "printed as raw bytes, one URI per line");
+      "encode",
+      "Each URI written in a legacy charset: escapes of non-ASCII bytes decoded and the text converted, "
+      "printed as raw bytes, one URI per line");
   sub->add_option("uri", opt->uris, "URIs (escaped UTF-8 form); none: one per line on standard input");
-  sub->add_option("--charset", opt->charset, "Internet charset name, e.g. shift_jis or iso-8859-1")->required();
+  sub->add_option("--charset", opt->charset, "Internet charset name, e.g. shift_jis or iso-8859-1")
+      ->required();
   sub->add_flag("--json", opt->json, "One JSON object per URI, the bytes in hexadecimal");
   sub->callback([opt]() { Run(*opt); });
 });

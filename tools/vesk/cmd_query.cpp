@@ -3,8 +3,8 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <utility>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/vesk/command.h"
@@ -50,21 +50,23 @@ void Run(const QueryOptions& opt, bool getting) {
       std::string value;
       const bool present = uri.GetQueryValue(opt.get, value);
       if (opt.json) {
-        nlohmann::json out = {{"uri", vesktool::JsonText(text)}, {"name", vesktool::JsonText(opt.get)},
-                              {"present", present}};
+        nlohmann::json out = {
+            {"uri", vesktool::JsonText(text)}, {"name", vesktool::JsonText(opt.get)}, {"present", present}};
         out["value"] = present ? vesktool::JsonText(value) : nlohmann::json(nullptr);
         vesktool::PrintJson(out);
       } else if (present) {
         std::cout << value << '\n';
       }
-      if (!present) vesktool::ReportBadInput("query", text, "no value named '" + opt.get + "' in the query of");
+      if (!present)
+        vesktool::ReportBadInput("query", text, "no value named '" + opt.get + "' in the query of");
     } else {
       std::map<std::string, std::string> map;
       uri.GetQueryByMap(map);
       if (opt.json) {
         nlohmann::json query = nlohmann::json::object();
         // JSON keys must be UTF-8 like the values.
-        for (const auto& [name, value] : map) query[vesktool::JsonText(name).get<std::string>()] = vesktool::JsonText(value);
+        for (const auto& [name, value] : map)
+          query[vesktool::JsonText(name).get<std::string>()] = vesktool::JsonText(value);
         vesktool::PrintJson({{"uri", vesktool::JsonText(text)}, {"query", query}});
       } else {
         for (const auto& [name, value] : map) std::cout << name << '\t' << value << '\n';
@@ -79,17 +81,19 @@ const vesktool::CommandRegistrar reg("query", [](CLI::App& app) {
   auto opt = std::make_shared<QueryOptions>();
   CLI::App* sub = app.add_subcommand(
       "query",
-      "The query of each URI as plain names and values (name, a tab, value, one pair per line, in name order, "
+      "The query of each URI as plain names and values (name, a tab, value, one pair per line, in name "
+      "order, "
       "a blank line after each URI when there are several); "
       "with --get the value of one name; with --set the URI with the values set (the query is rewritten in "
       "canonical form: sorted, '+' as %20)");
   sub->add_option("uri", opt->uris, "URIs (escaped form); none: one per line on standard input");
-  CLI::Option* get = sub->add_option("--get", opt->get, "Print the plain value of NAME (an error when absent)")
-                         ->type_name("NAME");
-  CLI::Option* set =
-      sub->add_option("--set", opt->sets, "Set NAME to VALUE (plain text); may be given several times, in order")
-          ->type_name("NAME=VALUE")
-          ->allow_extra_args(false);
+  CLI::Option* get =
+      sub->add_option("--get", opt->get, "Print the plain value of NAME (an error when absent)")
+          ->type_name("NAME");
+  CLI::Option* set = sub->add_option("--set", opt->sets,
+                                     "Set NAME to VALUE (plain text); may be given several times, in order")
+                         ->type_name("NAME=VALUE")
+                         ->allow_extra_args(false);
   get->excludes(set);
   sub->add_flag("--json", opt->json, "One JSON object per URI");
   sub->callback([opt, get]() { Run(*opt, get->count() > 0); });

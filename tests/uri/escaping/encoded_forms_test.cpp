@@ -129,10 +129,10 @@ TEST(NormalizeEncoding, UnreadableResultIsEmptyAndTrue) {
 }
 
 struct FromEncodedCase {
-  const char* text;      // bytes in `encoding`
+  const char* text;  // bytes in `encoding`
   const char* encoding;
   bool valid;
-  const char* stored;    // ToString(false) afterwards
+  const char* stored;  // ToString(false) afterwards
 };
 
 const FromEncodedCase kFromEncodedCases[] = {
@@ -141,7 +141,8 @@ const FromEncodedCase kFromEncodedCases[] = {
     {"http://x/a%20b", "iso-8859-1", true, "http://x/a%20b"},
     {"http://x/a b%", "iso-8859-1", true, "http://x/a%20b%25"},
     {"http://x/%41%2F", "iso-8859-1", true, "http://x/A/"},
-    {"HTTP://H%C9/?q=%E9&r=a%2Bb#fr%E4g", "iso-8859-1", true, "http://h\xC3\x89/?q=\xC3\xA9&r=a+b#fr\xC3\xA4g"},
+    {"HTTP://H%C9/?q=%E9&r=a%2Bb#fr%E4g", "iso-8859-1", true,
+     "http://h\xC3\x89/?q=\xC3\xA9&r=a+b#fr\xC3\xA4g"},
     {"http://j%F6rg:p%E4ss@h:8%30/", "iso-8859-1", true, "http://j\xC3\xB6rg:p\xC3\xA4ss@h:80/"},
     {"mailto:j%F6rg@x?subject=%E9", "iso-8859-1", true, "mailto:j\xC3\xB6rg@x?subject=\xC3\xA9"},
     {"rel/%E9?x", "iso-8859-1", true, "rel/\xC3\xA9?x"},
@@ -244,8 +245,8 @@ TEST(ToEncodedString, WritesLegacyText) {
 }
 
 struct RoundTripCase {
-  const char* text;      // bytes in the encoding
-  const char* rewritten; // what ToEncodedString gives, or null for `text`
+  const char* text;       // bytes in the encoding
+  const char* rewritten;  // what ToEncodedString gives, or null for `text`
 };
 
 // Text with raw legacy characters and escapes only where a setter makes them

@@ -19,15 +19,16 @@ enum class Op { GetMap, GetValue, SetValue, SetMap };
 struct QueryCase {
   const char* stored;  // m_Query, set as it stands
   Op op;
-  const char* name;    // GetValue, SetValue
-  const char* value;   // SetValue
-  bool present;        // GetValue
-  Map map;             // GetMap: expected; GetValue: value under `name`; SetMap: argument
-  const char* query;   // SetValue, SetMap: m_Query afterwards
+  const char* name;   // GetValue, SetValue
+  const char* value;  // SetValue
+  bool present;       // GetValue
+  Map map;            // GetMap: expected; GetValue: value under `name`; SetMap: argument
+  const char* query;  // SetValue, SetMap: m_Query afterwards
 };
 
 // One row per case of the documented query behaviour, in its order, then
 // further cases.
+// clang-format off
 const QueryCase kQueryTable[] = {
     {"a=1&b=2", Op::GetMap, "", "", false, {{"a", "1"}, {"b", "2"}}, ""},
     {"a=1&a=2", Op::GetMap, "", "", false, {{"a", "2"}}, ""},
@@ -49,8 +50,7 @@ const QueryCase kQueryTable[] = {
     {"a%3Db=c%3D", Op::GetMap, "", "", false, {{"a=b", "c="}}, ""},
     {"=v", Op::GetMap, "", "", false, {{"", "v"}}, ""},
     {"a=%zz&b=%4&c=%", Op::GetMap, "", "", false, {{"a", "%zz"}, {"b", "%4"}, {"c", "%"}}, ""},
-    {"n=caf%C3%A9&%E6%97%A5=\xC3\xA9", Op::GetMap, "", "", false,
-     {{"n", "caf\xC3\xA9"}, {"\xE6\x97\xA5", "\xC3\xA9"}}, ""},
+    {"n=caf%C3%A9&%E6%97%A5=\xC3\xA9", Op::GetMap, "", "", false, {{"n", "caf\xC3\xA9"}, {"\xE6\x97\xA5", "\xC3\xA9"}}, ""},
     {"a+b", Op::GetValue, "a b", "", true, {{"a b", ""}}, ""},
     {"a+b", Op::GetValue, "a+b", "", false, {}, ""},
     {"x=1&x", Op::GetValue, "x", "", true, {{"x", ""}}, ""},
@@ -61,6 +61,7 @@ const QueryCase kQueryTable[] = {
     {"", Op::SetMap, "", "", false, {{"", ""}}, "="},
     {"", Op::SetMap, "", "", false, {{"b", "2"}, {"B", "1"}, {"\xC3\xA9", ""}, {"a", "x y"}}, "B=1&a=x%20y&b=2&\xC3\xA9="},
 };
+// clang-format on
 
 void check(const QueryCase& row) {
   SCOPED_TRACE(std::string("stored query '") + row.stored + "', name '" + row.name + "'");
@@ -129,6 +130,19 @@ TEST(QueryMap, EveryByteSurvivesTheMap) {
   const std::string first = uri.m_Query;
   uri.SetQueryByMap(back);
   EXPECT_EQ(uri.m_Query, first);
+}
+
+TEST(QueryMap, WritesWhatQueryEscapeWrites) {
+  // Every byte, alone and amid letters, as a name and as a value.
+  for (int c = 0; c < 256; ++c) {
+    for (const std::string& text :
+         {std::string(1, static_cast<char>(c)), "ab" + std::string(1, static_cast<char>(c)) + "z"}) {
+      URI uri("http://h/");
+      uri.SetQueryByMap({{text, text}});
+      const std::string once = URI::QueryEscape(text);
+      EXPECT_EQ(uri.m_Query, once + "=" + once) << "byte " << c;
+    }
+  }
 }
 
 TEST(QueryMap, WorksOnEveryShape) {

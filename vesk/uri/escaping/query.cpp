@@ -64,7 +64,8 @@ void URI::GetQueryByMap(std::map<std::string, std::string>& query) const {
     size_t end = text.find('&', pos);
     if (end == std::string::npos) end = size;
     // Only the pair is searched, so a long query without '=' stays linear.
-    const size_t eq = static_cast<size_t>(std::find(text.begin() + pos, text.begin() + end, '=') - text.begin());
+    const size_t eq =
+        static_cast<size_t>(std::find(text.begin() + pos, text.begin() + end, '=') - text.begin());
     std::string name;
     std::string value;
     if (eq < end) {
