@@ -38,9 +38,19 @@ bool Clean(const std::string& text) {
   for (const unsigned char c : text) {
     if (c <= 0x20 || c >= 0x7F) return false;
     switch (c) {
-      case '"': case '<': case '>': case '\\': case '^': case '`': case '{': case '|': case '}': case '%':
+      case '"':
+      case '<':
+      case '>':
+      case '\\':
+      case '^':
+      case '`':
+      case '{':
+      case '|':
+      case '}':
+      case '%':
         return false;
-      default: break;
+      default:
+        break;
     }
   }
   return true;

@@ -28,10 +28,13 @@ std::string Replaced(std::string text, char from, char to) {
 }
 
 void RequireFileURI(const URI& uri) {
-  Require(uri.m_Scheme == "file" && uri.m_IsHierarchical && !uri.m_IsRelative, "conversion did not give a file URI");
-  Require(uri.m_Port.empty() && uri.m_Query.empty() && uri.m_Fragment.empty() && uri.m_NonHierarchical.empty(),
-          "conversion left port, query, fragment or body");
-  Require(uri.m_IsValid == (!uri.m_Server.empty() || !uri.m_Path.empty()), "validity does not follow the fields");
+  Require(uri.m_Scheme == "file" && uri.m_IsHierarchical && !uri.m_IsRelative,
+          "conversion did not give a file URI");
+  Require(
+      uri.m_Port.empty() && uri.m_Query.empty() && uri.m_Fragment.empty() && uri.m_NonHierarchical.empty(),
+      "conversion left port, query, fragment or body");
+  Require(uri.m_IsValid == (!uri.m_Server.empty() || !uri.m_Path.empty()),
+          "validity does not follow the fields");
 }
 
 }  // namespace
@@ -101,7 +104,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (uri.m_Scheme != "file" && !uri.IsRelative()) {
     Require(w.empty() && u.empty() && m.empty(), "a URI of another scheme gave a local path");
   }
-  if (uri.IsRelative() && uri.m_Scheme != "file") Require(!m.empty() && m[0] == ':', "relative colon path lacks its colon");
+  if (uri.IsRelative() && uri.m_Scheme != "file")
+    Require(!m.empty() && m[0] == ':', "relative colon path lacks its colon");
   if (uri.m_Scheme == "file" && !uri.m_Server.empty()) Require(u.empty(), "a Unix path for another machine");
   return 0;
 }

@@ -21,9 +21,10 @@ void Require(bool condition, const char* what) {
 }
 
 bool SameState(const URI& a, const URI& b) {
-  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
-         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
-         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
+  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port &&
+         a.m_Path == b.m_Path && a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment &&
+         a.m_Username == b.m_Username && a.m_Password == b.m_Password &&
+         a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
          a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
 }
 
@@ -40,7 +41,7 @@ void RequireHierarchyConsistent(const URI& uri) {
 }
 
 bool Opaque(const std::string& head) {
-  static const char* const words[] = {"mailto", "about",   "res",      "link",        "draft",
+  static const char* const words[] = {"mailto",     "about",        "res",  "link",    "draft",
                                       "veskbrowse", "veskinternal", "vesk", "connect", "javascript"};
   for (const char* w : words)
     if (head == w) return true;
@@ -70,8 +71,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const bool untouched = SameState(fresh, URI());
   if (result) {
     Require(SameState(fresh, used), "outcome depends on the object's previous state");
-    Require(!fresh.m_Scheme.empty() || (fresh.m_IsRelative && !fresh.m_Path.empty() && fresh.m_Path[0] == '.'),
-            "accepted without a scheme and not a ./ or ../ reference");
+    Require(
+        !fresh.m_Scheme.empty() || (fresh.m_IsRelative && !fresh.m_Path.empty() && fresh.m_Path[0] == '.'),
+        "accepted without a scheme and not a ./ or ../ reference");
   } else if (untouched) {
     Require(SameState(used, previous), "a refused text changed the object");
   } else {
@@ -93,8 +95,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const bool server = at0 == "\\\\" || at0 == "//";
   const bool slash = !text.empty() && (text[0] == '/' || text[0] == '\\');
   const size_t colon = text.find(':');
-  const bool colonPath = colon != std::string::npos && text.compare(colon, 3, "://") != 0 &&
-                         !Opaque(text.substr(0, colon));
+  const bool colonPath =
+      colon != std::string::npos && text.compare(colon, 3, "://") != 0 && !Opaque(text.substr(0, colon));
   if (!text.empty() && (drive || server || slash || colonPath)) {
     Require(result && fresh.m_Scheme == "file" && fresh.m_IsHierarchical && !fresh.m_IsRelative,
             "a path was not made a file URI");

@@ -12,7 +12,9 @@ class ColonPaths : public ::testing::Test {
   void SetUp() override { Vesk::ResetColonPathVolumes(); }
   void TearDown() override { Vesk::ResetColonPathVolumes(); }
 
-  static std::string Convert(const std::string& posix) { return Vesk::GetColonPathService().ToColonPath(posix); }
+  static std::string Convert(const std::string& posix) {
+    return Vesk::GetColonPathService().ToColonPath(posix);
+  }
 };
 
 TEST_F(ColonPaths, OnTheRootVolume) {
@@ -54,14 +56,10 @@ TEST_F(ColonPaths, DeclaredVolumesTakeTheLongestMountPoint) {
     const char* posix;
     const char* colon;
   } rows[] = {
-      {"/media/usb/a.txt", "Stick:a.txt"},
-      {"/media/usb", "Stick:"},
-      {"/media/usb/", "Stick:"},
-      {"/media/usbx/a", "Root:media:usbx:a"},
-      {"/media/usb/inner/x", "Inner:x"},
-      {"/media/usb/inner/../y", "Stick:y"},
-      {"/srv/a/b/", "Data:a:b:"},
-      {"/media", "Root:media"},
+      {"/media/usb/a.txt", "Stick:a.txt"}, {"/media/usb", "Stick:"},
+      {"/media/usb/", "Stick:"},           {"/media/usbx/a", "Root:media:usbx:a"},
+      {"/media/usb/inner/x", "Inner:x"},   {"/media/usb/inner/../y", "Stick:y"},
+      {"/srv/a/b/", "Data:a:b:"},          {"/media", "Root:media"},
   };
   for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << row.posix;
   Vesk::SetColonPathVolume("/srv", "");

@@ -37,7 +37,8 @@ ToolRun RunTool(const std::vector<std::string>& args, const std::string& input =
   char dir[] = "/tmp/vesk_tool_test_XXXXXX";
   ToolRun run;
   if (mkdtemp(dir) == nullptr) return run;
-  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out", err = std::string(dir) + "/err";
+  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out",
+                    err = std::string(dir) + "/err";
   std::ofstream(in, std::ios::binary) << input;
 
   std::vector<std::string> argv_store = {VESK_TOOL_PATH};
@@ -67,7 +68,7 @@ ToolRun RunTool(const std::vector<std::string>& args, const std::string& input =
   return run;
 }
 
-#define REQUIRE_TOOL()                                                  \
+#define REQUIRE_TOOL() \
   if (std::string(VESK_TOOL_PATH).empty()) GTEST_SKIP() << "tool not built"
 
 struct GuessRow {
@@ -177,7 +178,8 @@ TEST(ToolFromPath, Notations) {
   EXPECT_EQ(RunTool({"from-path", "/a:b"}).out, "file:///a/b\n");
   EXPECT_EQ(RunTool({"from-path", "--win", "--unix", "--mac", "/a:b"}).out,
             "file:///a|b\tfile:///a%3Ab\tfile:///a/b\n");
-  EXPECT_EQ(RunTool({"from-path", "--json", "--unix", "/x"}).out, "{\"path\":\"/x\",\"unix\":\"file:///x\"}\n");
+  EXPECT_EQ(RunTool({"from-path", "--json", "--unix", "/x"}).out,
+            "{\"path\":\"/x\",\"unix\":\"file:///x\"}\n");
 }
 
 TEST(ToolName, FileNameExtensionAndLastComponent) {
@@ -185,7 +187,8 @@ TEST(ToolName, FileNameExtensionAndLastComponent) {
   const ToolRun run = RunTool({"name", "http://x/a/b.tar.gz", "/a/b/", "/a/.profile", "http://x/"});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.out, "b.tar.gz\t.gz\tb.tar.gz\n\t\tb\n.profile\t\t.profile\n\t\t\n");
-  EXPECT_EQ(RunTool({"name", "--type", ".TXT", "/a/b.txt", "/a/b.tar"}).out, "b.txt\t.txt\tb.txt\ttrue\nb.tar\t.tar\tb.tar\tfalse\n");
+  EXPECT_EQ(RunTool({"name", "--type", ".TXT", "/a/b.txt", "/a/b.tar"}).out,
+            "b.txt\t.txt\tb.txt\ttrue\nb.tar\t.tar\tb.tar\tfalse\n");
   EXPECT_EQ(RunTool({"name", "--json", "/a%20b.txt"}).out,
             "{\"directory\":false,\"extension\":\".txt\",\"filename\":\"a b.txt\",\"last\":\"a b.txt\","
             "\"stem\":\"a b\",\"uri\":\"/a%20b.txt\"}\n");

@@ -52,7 +52,8 @@ const vesktool::CommandRegistrar reg("name", [](CLI::App& app) {
       "the file is of that type (\"txt\", \".txt\" or \"a.txt\", case ignored).");
   cmd->add_option("uri", options->uris, "URIs; with none, one per line of standard input");
   cmd->add_option("--type", options->type, "File type to test the extension against");
-  cmd->add_flag("--json", options->json, "One JSON object per item: uri, filename, stem, extension, last, directory");
+  cmd->add_flag("--json", options->json,
+                "One JSON object per item: uri, filename, stem, extension, last, directory");
   cmd->callback([options] { RunName(*options); });
 });
 

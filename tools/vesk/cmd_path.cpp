@@ -62,9 +62,10 @@ const vesktool::CommandRegistrar reg("path", [](CLI::App& app) {
   cmd->add_flag("--win", options->win, "Windows path (drive letters, backslashes, \\\\server\\share)");
   cmd->add_flag("--unix", options->slash, "Unix path (also what the library's default conversion gives)");
   cmd->add_flag("--mac", options->mac, "Colon path (Volume:dir:file)");
-  cmd->add_option("--root-volume", options->rootVolume,
-                  std::string("Name of the root volume in the colon path of a file://localhost URI (default \"") +
-                      Vesk::kDefaultColonPathRootVolume + "\")");
+  cmd->add_option(
+      "--root-volume", options->rootVolume,
+      std::string("Name of the root volume in the colon path of a file://localhost URI (default \"") +
+          Vesk::kDefaultColonPathRootVolume + "\")");
   cmd->add_flag("--json", options->json, "One JSON object per item: uri and one key per notation");
   cmd->callback([options] { RunPath(*options); });
 });

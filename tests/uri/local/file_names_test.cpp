@@ -65,18 +65,10 @@ TEST(IsOfFileType, ComparesLastExtensionIgnoringCase) {
     const char* type;
     bool result;
   } rows[] = {
-      {"/a/b.TXT", "txt", true},
-      {"/a/b.txt", ".TXT", true},
-      {"/a/b.txt", "x.txt", true},
-      {"/a/b.tar.gz", "tar.gz", true},
-      {"/a/b.tar.gz", "tar", false},
-      {"/a/b", "", false},
-      {"/a/b.txt", "", false},
-      {"/a/b/", "txt", false},
-      {"/a/b.", "", false},
-      {"/a/.txt", "txt", false},
-      {"/a/b.txt", "txt.", false},
-      {"/a/b.txtx", "txt", false},
+      {"/a/b.TXT", "txt", true},       {"/a/b.txt", ".TXT", true},    {"/a/b.txt", "x.txt", true},
+      {"/a/b.tar.gz", "tar.gz", true}, {"/a/b.tar.gz", "tar", false}, {"/a/b", "", false},
+      {"/a/b.txt", "", false},         {"/a/b/", "txt", false},       {"/a/b.", "", false},
+      {"/a/.txt", "txt", false},       {"/a/b.txt", "txt.", false},   {"/a/b.txtx", "txt", false},
   };
   for (const auto& row : rows) {
     const URI uri(row.path);

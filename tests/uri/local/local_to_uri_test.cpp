@@ -12,20 +12,32 @@ enum class Form { Win, Unix, Mac, Default };
 
 const char* Name(Form form) {
   switch (form) {
-    case Form::Win: return "LocalPathToURIWin";
-    case Form::Unix: return "LocalPathToURIUnix";
-    case Form::Mac: return "LocalPathToURIMac";
-    case Form::Default: return "LocalPathToURI";
+    case Form::Win:
+      return "LocalPathToURIWin";
+    case Form::Unix:
+      return "LocalPathToURIUnix";
+    case Form::Mac:
+      return "LocalPathToURIMac";
+    case Form::Default:
+      return "LocalPathToURI";
   }
   return "";
 }
 
 void Convert(URI& uri, Form form, const std::string& path) {
   switch (form) {
-    case Form::Win: uri.LocalPathToURIWin(path); break;
-    case Form::Unix: uri.LocalPathToURIUnix(path); break;
-    case Form::Mac: uri.LocalPathToURIMac(path); break;
-    case Form::Default: uri.LocalPathToURI(path); break;
+    case Form::Win:
+      uri.LocalPathToURIWin(path);
+      break;
+    case Form::Unix:
+      uri.LocalPathToURIUnix(path);
+      break;
+    case Form::Mac:
+      uri.LocalPathToURIMac(path);
+      break;
+    case Form::Default:
+      uri.LocalPathToURI(path);
+      break;
   }
 }
 

@@ -43,9 +43,10 @@ struct Row {
 };
 
 bool SameState(const URI& a, const URI& b) {
-  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
-         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
-         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
+  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port &&
+         a.m_Path == b.m_Path && a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment &&
+         a.m_Username == b.m_Username && a.m_Password == b.m_Password &&
+         a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
          a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
 }
 
@@ -100,33 +101,33 @@ void check(const Row& row) {
 
 TEST(UnknownToURI, DecisionTable) {
   const Row rows[] = {
-      {"", "", After::Unchanged, ""},                                                // 1
-      {"C:\\a\\b c.txt", "win", After::Text, "file:///C|/a/b%20c.txt"},              // 2a
-      {"D:/x", "win", After::Text, "file:///D|/x"},                                  // 2c
-      {"\\\\srv\\share\\a.txt", "win", After::Text, "file://srv/share/a.txt"},       // 2b
-      {"//srv/share/a.txt", "win", After::Text, "file://srv/share/a.txt"},           // 2d
-      {"/usr/lib/x", "unix", After::Text, "file:///usr/lib/x"},                      // 3
-      {"\\usr\\lib", "unix", After::Text, "file:///usr/lib"},                        // 4
-      {"Disk:Users:a.txt", "mac", After::Text, "file:///Disk/Users/a.txt"},          // 5
-      {"myhost:8080/a", "mac", After::Text, "file:///myhost/8080/a"},                // 5
-      {"page.html?t=1:2", "mac", After::Text, "file:///page.html%3Ft=1/2"},          // 5
-      {"MAILTO:joe@host", "mac", After::Text, "file:///MAILTO/joe%40host"},          // 5
-      {"mailto:joe@host", "", After::Text, "mailto:joe@host"},                       // 7b
-      {"about:blank", "", After::Text, "about:blank"},                               // 7b
-      {"javascript:alert(1)", "", After::Text, "javascript:alert(1)"},               // 7b
-      {"http://myhost/a b", "", After::Text, "http://myhost/a%20b"},                 // 8a
-      {"http://myhost/a%20b", "", After::Text, "http://myhost/a%20b"},               // 8a
-      {"HTTP://MyHost", "", After::Text, "http://myhost"},                           // 8a
-      {"file:///etc/x", "", After::Text, "file:///etc/x"},                           // 8a
-      {"ftp://", "", After::SchemeOnly, "ftp"},                                      // 8b
-      {"./a/b.html", "", After::Text, "./a/b.html"},                                 // 9
-      {"../a", "", After::Text, "../a"},                                             // 9
-      {"..", "", After::Text, ".."},                                                 // 9
-      {"index.html", "", After::Text, "http://index.html"},                          // 11
-      {"myhost/a b?q=1#f", "", After::Text, "http://myhost/a%20b?q=1#f"},            // 11
-      {"?a=1", "", After::EmptyRelative, ""},                                        // 11
-      {"dir\\a.txt", "", After::Unchanged, ""},                                      // 7a
-      {"s3://bucket/x", "", After::Unchanged, ""},                                   // 7a
+      {"", "", After::Unchanged, ""},
+      {"C:\\a\\b c.txt", "win", After::Text, "file:///C|/a/b%20c.txt"},
+      {"D:/x", "win", After::Text, "file:///D|/x"},
+      {"\\\\srv\\share\\a.txt", "win", After::Text, "file://srv/share/a.txt"},
+      {"//srv/share/a.txt", "win", After::Text, "file://srv/share/a.txt"},
+      {"/usr/lib/x", "unix", After::Text, "file:///usr/lib/x"},
+      {"\\usr\\lib", "unix", After::Text, "file:///usr/lib"},
+      {"Disk:Users:a.txt", "mac", After::Text, "file:///Disk/Users/a.txt"},
+      {"myhost:8080/a", "mac", After::Text, "file:///myhost/8080/a"},
+      {"page.html?t=1:2", "mac", After::Text, "file:///page.html%3Ft=1/2"},
+      {"MAILTO:joe@host", "mac", After::Text, "file:///MAILTO/joe%40host"},
+      {"mailto:joe@host", "", After::Text, "mailto:joe@host"},
+      {"about:blank", "", After::Text, "about:blank"},
+      {"javascript:alert(1)", "", After::Text, "javascript:alert(1)"},
+      {"http://myhost/a b", "", After::Text, "http://myhost/a%20b"},
+      {"http://myhost/a%20b", "", After::Text, "http://myhost/a%20b"},
+      {"HTTP://MyHost", "", After::Text, "http://myhost"},
+      {"file:///etc/x", "", After::Text, "file:///etc/x"},
+      {"ftp://", "", After::SchemeOnly, "ftp"},
+      {"./a/b.html", "", After::Text, "./a/b.html"},
+      {"../a", "", After::Text, "../a"},
+      {"..", "", After::Text, ".."},
+      {"index.html", "", After::Text, "http://index.html"},
+      {"myhost/a b?q=1#f", "", After::Text, "http://myhost/a%20b?q=1#f"},
+      {"?a=1", "", After::EmptyRelative, ""},
+      {"dir\\a.txt", "", After::Unchanged, ""},
+      {"s3://bucket/x", "", After::Unchanged, ""},
   };
   for (const Row& row : rows) check(row);
 }
@@ -168,7 +169,7 @@ TEST(UnknownToURI, Edges) {
 // Each of the ten words keeps its text a URI; any other word with a colon and
 // no "//" behind it is taken for a colon path.
 TEST(UnknownToURI, OpaqueSchemeWords) {
-  const char* const words[] = {"mailto", "about",        "res",  "link",    "draft",
+  const char* const words[] = {"mailto",     "about",        "res",  "link",    "draft",
                                "veskbrowse", "veskinternal", "vesk", "connect", "javascript"};
   for (const char* word : words) {
     const std::string text = std::string(word) + ":body";

@@ -38,21 +38,23 @@ void URI::LocalPathToURIWin(StringProxy path) {
   if (!p.empty() && p[0] != '/') p.insert(p.begin(), '/');
   // Every colon, not only a drive's, becomes the bar of a drive mark.
   ReplaceAll(p, ':', '|');
-  SetParts(StringProxy("file"), StringProxy(std::move(host)), StringProxy(), StringProxy(std::move(p)), StringProxy(),
-           StringProxy());
+  SetParts(StringProxy("file"), StringProxy(std::move(host)), StringProxy(), StringProxy(std::move(p)),
+           StringProxy(), StringProxy());
 }
 
 void URI::LocalPathToURIUnix(StringProxy path) {
   std::string p = std::move(path);
   if (p.empty() || p[0] != '/') p.insert(p.begin(), '/');
-  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(std::move(p)), StringProxy(), StringProxy());
+  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(std::move(p)), StringProxy(),
+           StringProxy());
 }
 
 void URI::LocalPathToURIMac(StringProxy path) {
   std::string p = std::move(path);
   ReplaceAll(p, ':', '/');
   if (p.empty() || p[0] != '/') p.insert(p.begin(), '/');
-  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(std::move(p)), StringProxy(), StringProxy());
+  SetParts(StringProxy("file"), StringProxy(), StringProxy(), StringProxy(std::move(p)), StringProxy(),
+           StringProxy());
 }
 
 }  // namespace Vesk

@@ -77,7 +77,8 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
         accept = true;
       } else if (scratch.GetPath().empty()) {
         // A scheme and nothing else.
-        SetParts(StringProxy(scheme), StringProxy(), StringProxy(), StringProxy(), StringProxy(), StringProxy());
+        SetParts(StringProxy(scheme), StringProxy(), StringProxy(), StringProxy(), StringProxy(),
+                 StringProxy());
         return false;
       }
     } else {
@@ -88,7 +89,8 @@ bool URI::UnknownToURI(StringProxy text, StringProxy defaultScheme) {
     if (!accept) {
       if (!scratch.ParseURI(defaultScheme + "://" + text)) scratch.m_IsValid = false;
       if (scratch.GetScheme().empty() || scratch.GetAuthority().empty()) {
-        SetParts(StringProxy("unknown"), StringProxy(), StringProxy(), StringProxy(), StringProxy(), StringProxy());
+        SetParts(StringProxy("unknown"), StringProxy(), StringProxy(), StringProxy(), StringProxy(),
+                 StringProxy());
         return false;
       }
       accept = true;
