@@ -38,7 +38,8 @@ vesktool::CommandRegistrar reg("guess", [](CLI::App& app) {
       "guess",
       "Turn typed text (a URI, a host name, a Windows, UNC, Unix or colon path) into the URI it most likely "
       "means. Prints, per item, true or false (whether a meaning was found), a tab, and the object's text "
-      "as stored (\"unknown:\" for an untouched object).");
+      "as stored (\"unknown:\" for an untouched object). false is an answer, not an error: the exit "
+      "status stays 0.");
   cmd->add_option("text", options->texts, "Texts to guess from; with none, one per line of standard input");
   cmd->add_option("--default-scheme", options->defaultScheme, "Scheme put in front of a bare host name")
       ->capture_default_str();
