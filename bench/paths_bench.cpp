@@ -97,6 +97,7 @@ const Inputs& Get(const std::string& corpus) {
 
 void Done(benchmark::State& state, size_t items) {
   state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * items));
+  state.counters["urls"] = static_cast<double>(items);
 }
 
 // ---- Ours ---------------------------------------------------------------------

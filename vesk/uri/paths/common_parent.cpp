@@ -1,9 +1,31 @@
 // The deepest directory that holds two URIs.
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "vesk/uri/uri"
 
 namespace Vesk {
+
+namespace {
+
+bool ReachedOther(URIRelation relation) { return relation == URIRelationSame || relation == URIRelationParent; }
+
+// `climber` moved by ".." `climbs` times. After a move by "." its path is a
+// directory: its segments with a trailing slash (the root, or nothing, when
+// there are none). Each move by ".." drops the last segment and clears query
+// and fragment, which that first move has cleared already, so the state after
+// any number of moves is one SetPath away.
+URI Climbed(const URI& climber, const std::vector<std::string>& segments, bool leadingSlash, size_t keep) {
+  URI moved(climber);
+  if (keep < segments.size()) {
+    const std::vector<std::string> kept(segments.begin(), segments.begin() + static_cast<std::ptrdiff_t>(keep));
+    moved.SetPath(URI::JoinPath(kept, leadingSlash, true));
+  }
+  return moved;
+}
+
+}  // namespace
 
 URI URI::GetCommonParent(const URI& other, bool caseSensitive) const {
   URI climber = Resolve(*this);
@@ -15,22 +37,53 @@ URI URI::GetCommonParent(const URI& other, bool caseSensitive) const {
   climber.ChDir(".", false);
   fixed.ChDir(".", false);
 
-  // Only the first climbs, until it has reached or passed the second, or its
-  // own root. A URI that the "." has made relative (a blank or an "unknown:"
-  // one) has no root: climbing would only pile up "..", so it stays.
-  while (!climber.IsRelative()) {
-    const URIRelation relation = climber.GetRelation(fixed, caseSensitive);
-    if (relation == URIRelationSame || relation == URIRelationParent) break;
-    // The climb ends when the move changes nothing of the text. Scheme,
+  // A URI that the "." has made relative (a blank or an "unknown:" one) has no
+  // root: climbing would only pile up "..", so it stays where it is.
+  if (climber.IsRelative()) return climber;
+
+  if (m_Resolver != nullptr) {
+    // Only the first climbs, one ".." at a time, until it has reached or
+    // passed the second, or its own root; the resolver sees both at each
+    // step. The climb ends when a move changes nothing of the text: scheme,
     // authority and flags stay through a move by "..", so comparing path,
     // query and fragment is comparing the whole ToString(false).
-    const std::string path = climber.m_Path;
-    const std::string query = climber.m_Query;
-    const std::string fragment = climber.m_Fragment;
-    climber.ChDir("..", false);
-    if (climber.m_Path == path && climber.m_Query == query && climber.m_Fragment == fragment) break;
+    while (!ReachedOther(climber.GetRelation(fixed, caseSensitive))) {
+      const std::string path = climber.m_Path;
+      const std::string query = climber.m_Query;
+      const std::string fragment = climber.m_Fragment;
+      climber.ChDir("..", false);
+      if (climber.m_Path == path && climber.m_Query == query && climber.m_Fragment == fragment) break;
+    }
+    return climber;
   }
-  return climber;
+
+  // Without a resolver the climb is worked out instead of walked, so that deep
+  // paths cost linear time. The first copy reaches the second at the deepest
+  // number of segments m for which GetRelation answers same or parent. That
+  // answer comes either from the paths' texts, which can only agree when m is
+  // the second's number of segments (or zero, for "/" against ""), or from a
+  // proper prefix, the longest of which is bounded by the common prefix of
+  // the two lists. Those candidates are tried from the deepest up; failing
+  // all, the copy ends at its root.
+  std::vector<std::string> segments;
+  bool leadingSlash = false;
+  bool trailingSlash = false;
+  SplitPath(climber.GetPath(), segments, leadingSlash, trailingSlash);
+  std::vector<std::string> target;
+  SplitPath(fixed.GetPath(), target);
+  size_t common = 0;
+  while (common < segments.size() && common < target.size() &&
+         Compare(segments[common], target[common], caseSensitive) == 0) {
+    ++common;
+  }
+  std::vector<size_t> candidates = {std::min(segments.size(), target.size()), 0};
+  if (!target.empty()) candidates.push_back(std::min(common, target.size() - 1));
+  std::sort(candidates.rbegin(), candidates.rend());
+  for (const size_t keep : candidates) {
+    URI moved = Climbed(climber, segments, leadingSlash, keep);
+    if (ReachedOther(moved.GetRelation(fixed, caseSensitive))) return moved;
+  }
+  return Climbed(climber, segments, leadingSlash, 0);
 }
 
 URI URI::GetCommonParentByString(StringProxy a, StringProxy b, bool caseSensitive) {
