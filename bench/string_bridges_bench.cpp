@@ -26,7 +26,10 @@ const std::vector<Input>& Inputs() {
   static const std::vector<Input> inputs = [] {
     P::SetHostLocale("C");  // the application's encoding is UTF-8
     std::string latin;
-    while (latin.size() < 1024) latin += "caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e ";
+    while (latin.size() < 1024)
+      latin +=
+          "caf\xC3\xA9 cr\xC3\xA8me br\xC3\xBBl\xC3\xA9"
+          "e ";
     return std::vector<Input>{{"ascii16", "sixteen bytes!!!"}, {"latin1k", latin.substr(0, 1024)}};
   }();
   return inputs;
@@ -56,8 +59,8 @@ void BM_NarrowOut_Vesk(benchmark::State& state, const std::string* text) {
   std::vector<char> out(text->size() + 1);
   for (auto _ : state) {
     CFStringRef r = s.GetCFStringRef(0);
-    benchmark::DoNotOptimize(CFStringGetLPSTR(r, out.data(), static_cast<long>(out.size()),
-                                              static_cast<unsigned long>(-1)));
+    benchmark::DoNotOptimize(
+        CFStringGetLPSTR(r, out.data(), static_cast<long>(out.size()), static_cast<unsigned long>(-1)));
     s.ReleaseCFStringRef(r);
   }
 }
@@ -121,8 +124,10 @@ const bool registered = [] {
     benchmark::RegisterBenchmark(("NarrowOut/icu/" + in).c_str(), BM_NarrowOut_Icu, text);
     benchmark::RegisterBenchmark(("PlatformString/vesk/" + in).c_str(), BM_PlatformString_Vesk, text);
     benchmark::RegisterBenchmark(("PlatformString/icu/" + in).c_str(), BM_PlatformString_Icu, text);
-    benchmark::RegisterBenchmark(("CachedPlatformString/vesk/" + in).c_str(), BM_CachedPlatformString_Vesk, text);
-    benchmark::RegisterBenchmark(("CachedPlatformString/icu/" + in).c_str(), BM_CachedPlatformString_Icu, text);
+    benchmark::RegisterBenchmark(("CachedPlatformString/vesk/" + in).c_str(), BM_CachedPlatformString_Vesk,
+                                 text);
+    benchmark::RegisterBenchmark(("CachedPlatformString/icu/" + in).c_str(), BM_CachedPlatformString_Icu,
+                                 text);
   }
   return true;
 }();

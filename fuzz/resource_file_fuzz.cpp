@@ -31,7 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // An exactly sized copy, so a read past the end is a sanitizer report.
   std::vector<unsigned char> input(data, data + size);
   std::vector<ResourceEntry> entries;
-  const ResourceFileStatus status = ParseResourceFile(input.empty() ? nullptr : input.data(), input.size(), &entries);
+  const ResourceFileStatus status =
+      ParseResourceFile(input.empty() ? nullptr : input.data(), input.size(), &entries);
   if (status != ResourceFileStatus::kOK) {
     Require(entries.empty());
     return 0;

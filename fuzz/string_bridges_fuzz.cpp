@@ -1,10 +1,10 @@
 // CString's crossings with any bytes: 8-bit text, length-prefixed strings,
 // handles and the file-name record. Each result must be a sound string, and
 // the crossings that promise a round trip must keep their text.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>

@@ -97,10 +97,8 @@ TEST(PlatformStrings, FromUTF16) {
     U16 expected;
   };
   const Row rows[] = {
-      {"scanned", inner.c_str(), -1, Units(u"a")},
-      {"counted with zero units", inner.c_str(), 5, inner},
-      {"empty count", inner.c_str(), 0, U16()},
-      {"null and zero", nullptr, 0, U16()},
+      {"scanned", inner.c_str(), -1, Units(u"a")}, {"counted with zero units", inner.c_str(), 5, inner},
+      {"empty count", inner.c_str(), 0, U16()},    {"null and zero", nullptr, 0, U16()},
       {"null and scan", nullptr, -1, U16()},
   };
   for (const Row& row : rows) {
@@ -147,7 +145,8 @@ TEST(PlatformStrings, FromBytesInAnEncoding) {
     }
     // The explicit byte count carries zero bytes along.
     std::string with_zero = row.bytes + std::string(1, '\0');
-    Held counted(CreateStringFromByteRange(with_zero.data(), static_cast<long>(with_zero.size()), row.encoding));
+    Held counted(
+        CreateStringFromByteRange(with_zero.data(), static_cast<long>(with_zero.size()), row.encoding));
     if (row.ok) {
       U16 expected = row.expected;
       expected.push_back(0);
@@ -165,7 +164,8 @@ TEST(PlatformStrings, LengthPrefixedRoundTrip) {
 
   unsigned char out[8] = {99, 99, 99, 99, 99, 99, 99, 99};
   ASSERT_TRUE(CopyStringLengthPrefixed(s.str(), out, sizeof out, kEncodingASCII));
-  EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 4), std::string("\x03" "abc"));
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(out), 4), std::string("\x03"
+                                                                      "abc"));
   // Too small a target: length 0 and false.
   EXPECT_FALSE(CopyStringLengthPrefixed(s.str(), out, 3, kEncodingASCII));
   EXPECT_EQ(out[0], 0);
@@ -239,10 +239,18 @@ TEST(PlatformStrings, IntValue) {
     int expected;
   };
   const Row rows[] = {
-      {u"42", 42},          {u"  -17xyz", -17},          {u"+8", 8},
-      {u"", 0},             {u"abc", 0},                 {u"2147483647", INT_MAX},
-      {u"2147483648", INT_MAX}, {u"-2147483648", INT_MIN}, {u"-99999999999", INT_MIN},
-      {u"\t\n 7", 7},       {u"3.9", 3},                 {u"- 5", 0},
+      {u"42", 42},
+      {u"  -17xyz", -17},
+      {u"+8", 8},
+      {u"", 0},
+      {u"abc", 0},
+      {u"2147483647", INT_MAX},
+      {u"2147483648", INT_MAX},
+      {u"-2147483648", INT_MIN},
+      {u"-99999999999", INT_MIN},
+      {u"\t\n 7", 7},
+      {u"3.9", 3},
+      {u"- 5", 0},
       {u"\uFF15", 0},  // full-width digits are not read
   };
   for (const Row& row : rows) {

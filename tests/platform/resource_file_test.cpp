@@ -136,7 +136,8 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
   // One valid file with a named resource to damage in different ways. Map
   // layout: header 28 bytes, type list at 28 (count 2, one entry 8), the
   // reference list at 38, the names behind it.
-  const Bytes good = Serialized({Entry("STR ", 7, Pascal("seven"), "n"), Entry("STR#", 200, ListData({"a"}))});
+  const Bytes good =
+      Serialized({Entry("STR ", 7, Pascal("seven"), "n"), Entry("STR#", 200, ListData({"a"}))});
   const uint32_t map = Get32(good, 4);
   const uint32_t type_list = map + 28;
   struct Row {
@@ -149,9 +150,16 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
       {"header cut", [](Bytes& b) { b.resize(15); }, ResourceFileStatus::kTruncated},
       {"file cut before the map's end", [](Bytes& b) { b.pop_back(); }, ResourceFileStatus::kMapOutOfRange},
       {"file cut inside the data", [](Bytes& b) { b.resize(260); }, ResourceFileStatus::kDataOutOfRange},
-      {"data length past the end", [](Bytes& b) { Set32(b, 8, 0xFFFFFFF0u); }, ResourceFileStatus::kDataOutOfRange},
-      {"map offset past the end", [](Bytes& b) { Set32(b, 4, 0xFFFFFFFFu); }, ResourceFileStatus::kMapOutOfRange},
-      {"map too short", [map](Bytes& b) { Set32(b, 12, 20); b.resize(map + 20); }, ResourceFileStatus::kBadMap},
+      {"data length past the end", [](Bytes& b) { Set32(b, 8, 0xFFFFFFF0u); },
+       ResourceFileStatus::kDataOutOfRange},
+      {"map offset past the end", [](Bytes& b) { Set32(b, 4, 0xFFFFFFFFu); },
+       ResourceFileStatus::kMapOutOfRange},
+      {"map too short",
+       [map](Bytes& b) {
+         Set32(b, 12, 20);
+         b.resize(map + 20);
+       },
+       ResourceFileStatus::kBadMap},
       {"type list offset past the map", [map](Bytes& b) { Set16(b, map + 24, 0xFFF0); },
        ResourceFileStatus::kBadMap},
       {"too many types", [type_list](Bytes& b) { Set16(b, type_list, 0x0FFF); }, ResourceFileStatus::kBadMap},
@@ -160,7 +168,9 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
       {"reference list inside the type list", [type_list](Bytes& b) { Set16(b, type_list + 2 + 6, 2); },
        ResourceFileStatus::kLoopInMap},
       {"two types share one reference list",
-       [type_list](Bytes& b) { Set16(b, type_list + 2 + 8 + 6, b[type_list + 2 + 6] << 8 | b[type_list + 2 + 7]); },
+       [type_list](Bytes& b) {
+         Set16(b, type_list + 2 + 8 + 6, b[type_list + 2 + 6] << 8 | b[type_list + 2 + 7]);
+       },
        ResourceFileStatus::kLoopInMap},
       {"one type listed twice",
        [type_list](Bytes& b) { std::memcpy(&b[type_list + 2 + 8], &b[type_list + 2], 4); },
@@ -176,8 +186,13 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
        ResourceFileStatus::kLoopInMap},
       {"name past the map", [type_list](Bytes& b) { Set16(b, type_list + 18 + 2, 0x7000); },
        ResourceFileStatus::kNameOutOfRange},
-      {"name length past the map", [](Bytes& b) { b[b.size() - 2] = 200; }, ResourceFileStatus::kNameOutOfRange},
-      {"map and data overlap", [](Bytes& b) { Set32(b, 4, 256); Set32(b, 12, 40); },
+      {"name length past the map", [](Bytes& b) { b[b.size() - 2] = 200; },
+       ResourceFileStatus::kNameOutOfRange},
+      {"map and data overlap",
+       [](Bytes& b) {
+         Set32(b, 4, 256);
+         Set32(b, 12, 40);
+       },
        ResourceFileStatus::kLoopInMap},
   };
   std::vector<ResourceEntry> entries;
@@ -271,7 +286,7 @@ TEST_F(ResourceStore, AddChangeUniqueIdAndWriteBack) {
   ASSERT_TRUE(AddResourceToCurrentFile(orphan, ResourceType("TEXT"), 128, name));
   EXPECT_FALSE(AddResourceToCurrentFile(orphan, ResourceType("TEXT"), 129, nullptr));  // already a resource
   char** other = NewMovableBlock(0);
-  EXPECT_FALSE(AddResourceToCurrentFile(other, ResourceType("TEXT"), 128, nullptr));   // id taken
+  EXPECT_FALSE(AddResourceToCurrentFile(other, ResourceType("TEXT"), 128, nullptr));  // id taken
   EXPECT_EQ(UnusedResourceID(ResourceType("TEXT")), 129);
   EXPECT_EQ(UnusedResourceID(ResourceType("OTHR")), 128);
   DisposeMovableBlock(other);

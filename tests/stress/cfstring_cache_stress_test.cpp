@@ -49,7 +49,8 @@ TEST(CFStringCacheStress, CopiesOfOneStringFillOneSlot) {
     const CString shared = Wide(std::u16string(static_cast<size_t>(1 + round * 5), u'a' + round % 26));
     std::vector<CString> copies(kThreads, shared);
     std::vector<CFStringRef> got(kThreads, nullptr);
-    RunTogether([&](int i) { got[static_cast<size_t>(i)] = copies[static_cast<size_t>(i)].GetCFStringRef(0); });
+    RunTogether(
+        [&](int i) { got[static_cast<size_t>(i)] = copies[static_cast<size_t>(i)].GetCFStringRef(0); });
     for (int i = 0; i < kThreads; ++i) ASSERT_EQ(got[static_cast<size_t>(i)], got[0]) << "round " << round;
     EXPECT_EQ(P::StringLength(got[0]), shared.GetLength());
     // The buffer's retain and one per caller.

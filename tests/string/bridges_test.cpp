@@ -207,12 +207,12 @@ TEST_F(Bridges, ToMacAndFromMac) {
   };
   const Row rows[] = {
       {u"abc", 10, "abc"},
-      {u"abcdefgh", 10, "abcdefgh"},           // 8 bytes fit in the host's 9
-      {u"abcdefghi", 10, ""},                  // 9 units: the host has no room
-      {u"abcdefghijklmnopqrst", 10, ""},       // cut to 9 units first, then no room
+      {u"abcdefgh", 10, "abcdefgh"},      // 8 bytes fit in the host's 9
+      {u"abcdefghi", 10, ""},             // 9 units: the host has no room
+      {u"abcdefghijklmnopqrst", 10, ""},  // cut to 9 units first, then no room
       {u"caf\u00E9", 10, "caf\xC3\xA9"},
       {std::u16string(254, u'x'), 256, std::string(254, 'x')},
-      {std::u16string(255, u'x'), 256, ""},    // the host sees 255 bytes
+      {std::u16string(255, u'x'), 256, ""},  // the host sees 255 bytes
       {u"", 256, ""},
   };
   for (const Row& row : rows) {

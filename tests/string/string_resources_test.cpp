@@ -95,7 +95,8 @@ class StringResources : public ::testing::Test {
     ASSERT_NE(std::setlocale(LC_MESSAGES, "C.UTF-8"), nullptr);
     ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
     setenv("LANGUAGE", "en", 1);
-    for (const char* domain : {"vesktest", "vesknamed1", "vesknamed2"}) bindtextdomain(domain, VESK_TEST_LOCALE_DIR);
+    for (const char* domain : {"vesktest", "vesknamed1", "vesknamed2"})
+      bindtextdomain(domain, VESK_TEST_LOCALE_DIR);
     saved_domain_ = textdomain(nullptr);
     textdomain("vesktest");
     ASSERT_TRUE(P::SetHostLocale("C"));  // 8-bit resource text is UTF-8
@@ -108,8 +109,9 @@ class StringResources : public ::testing::Test {
     list200[4] = "dup B";
     const std::vector<P::ResourceEntry> entries = {
         // Deliberately unsorted; 105 twice.
-        Resource("STRm", 0,
-                 Table({{200, 2}, {101, 500}, {100, 0}, {105, 3}, {102, 499}, {103, 1}, {104, 1000}, {105, 4}})),
+        Resource(
+            "STRm", 0,
+            Table({{200, 2}, {101, 500}, {100, 0}, {105, 3}, {102, 499}, {103, 1}, {104, 1000}, {105, 4}})),
         Resource("STR#", 200, List(list200)),
         Resource("STR#", 201, List({"list 201 item 1"})),
         Resource("STR ", 0, Pascal("zero")),
@@ -122,14 +124,17 @@ class StringResources : public ::testing::Test {
         Resource("STR ", 65, Pascal("sixty-five")),
         Resource("STR ", 300, Pascal("single three hundred")),
         Resource("STR ", 301, Pascal("%d items")),
-        Resource("STR ", 302, std::string("\xC8" "short", 6)),  // claims 200 bytes, holds 5
+        Resource("STR ", 302,
+                 std::string("\xC8"
+                             "short",
+                             6)),  // claims 200 bytes, holds 5
         Resource("STR ", -1, Pascal("single minus one")),
     };
     std::vector<unsigned char> bytes;
     ASSERT_EQ(P::SerializeResourceFile(entries, &bytes), P::ResourceFileStatus::kOK);
     path_ = ::testing::TempDir() + "strings_" + std::to_string(::getpid()) + ".rsrc";
-    std::ofstream(path_, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                 static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path_, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     P::ResourceFileRef ref = 0;
     ASSERT_EQ(P::OpenResourceFile(path_.c_str(), &ref), P::ResourceFileStatus::kOK);
     CString::AddStringTableForSearch("vesknamed1");
@@ -158,8 +163,8 @@ std::string StringResources::path_, StringResources::saved_domain_, StringResour
 
 TEST(StringResourceSlots, SlotRule) {
   const std::pair<unsigned, unsigned> rows[] = {
-      {0, 0}, {1, 1}, {8, 8}, {9, 9}, {10, 11}, {11, 11}, {12, 13}, {63, 63}, {64, 1}, {65, 1},
-      {66, 3}, {0xFFFFFFFFu, 63}, {0x10000u, 1},
+      {0, 0},   {1, 1},  {8, 8},  {9, 9},  {10, 11},          {11, 11},      {12, 13},
+      {63, 63}, {64, 1}, {65, 1}, {66, 3}, {0xFFFFFFFFu, 63}, {0x10000u, 1},
   };
   for (const auto& row : rows) EXPECT_EQ(SlotIndex(row.first), row.second) << row.first;
 }
@@ -300,7 +305,8 @@ TEST_F(StringResources, FormatWithAStringNumber) {
 
 TEST_F(StringResources, NumbersInPlaceOfPointers) {
   EXPECT_EQ(Text(CString(reinterpret_cast<const unsigned short*>(std::uintptr_t{1234}))), u"1234");
-  EXPECT_EQ(Text(CString(reinterpret_cast<const unsigned short*>(std::uintptr_t{300}))), u"single three hundred");
+  EXPECT_EQ(Text(CString(reinterpret_cast<const unsigned short*>(std::uintptr_t{300}))),
+            u"single three hundred");
   EXPECT_EQ(Text(CString(reinterpret_cast<const char*>(std::uintptr_t{300}))), u"single three hundred");
   EXPECT_EQ(Text(CString(reinterpret_cast<const char*>(std::uintptr_t{0xFFFF}))), u"single minus one");
 }

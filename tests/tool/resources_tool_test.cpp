@@ -110,8 +110,9 @@ TEST_F(ResourcesTool, WritesListsAndLoads) {
   EXPECT_EQ(first["size"], 26);
   EXPECT_TRUE(first["name"].is_null());
 
-  const Result strings = Vesk({"strings", "100", "101", "200", "300", "400", "500", "1234", "--resources", path_,
-                               "--domain", "vesktest", "--locale-dir", VESK_TEST_LOCALE_DIR, "--table", "vesknamed1"});
+  const Result strings =
+      Vesk({"strings", "100", "101", "200", "300", "400", "500", "1234", "--resources", path_, "--domain",
+            "vesktest", "--locale-dir", VESK_TEST_LOCALE_DIR, "--table", "vesknamed1"});
   EXPECT_EQ(strings.status, 0) << strings.err;
   EXPECT_EQ(strings.out,
             "100\tlist\tzero\n"

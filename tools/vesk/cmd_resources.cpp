@@ -48,7 +48,8 @@ bool ParseNumber(const std::string& text, long low, long high, long& value) {
 std::string Pascal(const std::string& text) { return std::string(1, static_cast<char>(text.size())) + text; }
 
 // The bytes of a string resource of `type` made from `texts`, or an error.
-bool BuildData(unsigned long type, const std::vector<std::string>& texts, std::string& data, std::string& error) {
+bool BuildData(unsigned long type, const std::vector<std::string>& texts, std::string& data,
+               std::string& error) {
   const std::string name = TypeText(type);
   if (name == "STR#") {
     if (texts.size() > 0xFFFF) return error = "too many strings for one list", false;

@@ -31,7 +31,8 @@ struct StringsOptions {
 
 // A decimal number from 0 to 4294967295, nothing else.
 bool ParseId(const std::string& text, unsigned int& id) {
-  if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+  if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos)
+    return false;
   const unsigned long long value = std::strtoull(text.c_str(), nullptr, 10);
   if (value > 0xFFFFFFFFull) return false;
   id = static_cast<unsigned int>(value);
@@ -97,7 +98,8 @@ const vesktool::CommandRegistrar reg("strings", [](CLI::App& app) {
   cmd->add_option("--domain", options->domain, "The main message catalog's text domain (default: messages)");
   cmd->add_option("--locale-dir", options->locale_dir,
                   "Folder of compiled catalogs (LANG/LC_MESSAGES/DOMAIN.mo) for the domain and the tables");
-  cmd->add_option("--table", options->tables, "A named catalog searched after the main one (repeatable, in order)")
+  cmd->add_option("--table", options->tables,
+                  "A named catalog searched after the main one (repeatable, in order)")
       ->allow_extra_args(false);
   cmd->add_flag("--json", options->json, "One JSON object per item: id, found, store, text");
   cmd->callback([options] { RunStrings(*options); });

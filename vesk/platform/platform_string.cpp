@@ -59,7 +59,8 @@ unsigned short* InlineUnits(__CFString* s) {
 
 // A string with room for `length` units plus a terminator behind the header.
 __CFString* NewOwnedString(long length) {
-  void* memory = ::operator new(sizeof(__CFString) + (static_cast<size_t>(length) + 1) * sizeof(unsigned short));
+  void* memory =
+      ::operator new(sizeof(__CFString) + (static_cast<size_t>(length) + 1) * sizeof(unsigned short));
   auto* s = static_cast<__CFString*>(memory);
   new (&s->header.refs) std::atomic<int32_t>(1);
   s->header.type = kStringTag;
@@ -256,7 +257,8 @@ double StringDoubleValue(CFStringRef string) {
   if (i >= text.size() || !((text[i] >= '0' && text[i] <= '9') || text[i] == '.')) return 0.0;
   if (text[i] == '.' && (i + 1 >= text.size() || text[i + 1] < '0' || text[i + 1] > '9')) return 0.0;
   double value = 0.0;
-  const auto result = std::from_chars(text.data() + i, text.data() + text.size(), value, std::chars_format::general);
+  const auto result =
+      std::from_chars(text.data() + i, text.data() + text.size(), value, std::chars_format::general);
   if (result.ec == std::errc::result_out_of_range) {
     // Too large or too small: the closest representable extreme.
     value = (text.find_first_of("eE", i) != std::string::npos &&

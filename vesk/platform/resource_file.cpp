@@ -33,7 +33,9 @@ constexpr uint16_t kNoName = 0xFFFF;
 uint32_t Read32(const unsigned char* p) {
   return (uint32_t{p[0]} << 24) | (uint32_t{p[1]} << 16) | (uint32_t{p[2]} << 8) | uint32_t{p[3]};
 }
-uint32_t Read24(const unsigned char* p) { return (uint32_t{p[0]} << 16) | (uint32_t{p[1]} << 8) | uint32_t{p[2]}; }
+uint32_t Read24(const unsigned char* p) {
+  return (uint32_t{p[0]} << 16) | (uint32_t{p[1]} << 8) | uint32_t{p[2]};
+}
 uint16_t Read16(const unsigned char* p) { return static_cast<uint16_t>((p[0] << 8) | p[1]); }
 
 void Put32(std::vector<unsigned char>& out, uint32_t v) {
@@ -53,7 +55,9 @@ void Put16(std::vector<unsigned char>& out, uint32_t v) {
 }
 
 // True when [offset, offset + length) lies inside [0, limit), without overflow.
-bool Inside(uint64_t offset, uint64_t length, uint64_t limit) { return offset <= limit && length <= limit - offset; }
+bool Inside(uint64_t offset, uint64_t length, uint64_t limit) {
+  return offset <= limit && length <= limit - offset;
+}
 
 ResourceFileStatus Parse(const unsigned char* bytes, std::size_t size, std::vector<ResourceEntry>& entries) {
   if (bytes == nullptr || size < kHeaderSize) return ResourceFileStatus::kTruncated;
@@ -218,9 +222,9 @@ ResourceFileStatus Serialize(const std::vector<ResourceEntry>& entries, std::vec
   out.resize(kDataStart, 0);
   out.insert(out.end(), data.begin(), data.end());
   out.insert(out.end(), header.begin(), header.end());  // the map's copy of the header
-  Put32(out, 0);                                       // next map
-  Put16(out, 0);                                       // file number
-  Put16(out, 0);                                       // attributes
+  Put32(out, 0);                                        // next map
+  Put16(out, 0);                                        // file number
+  Put16(out, 0);                                        // attributes
   Put16(out, static_cast<uint32_t>(type_list));
   Put16(out, static_cast<uint32_t>(name_list));
   out.insert(out.end(), types.begin(), types.end());

@@ -155,7 +155,8 @@ ResourceFileStatus OpenResourceFile(const char* path, ResourceFileRef* ref) {
   if (path == nullptr) return ResourceFileStatus::kCannotRead;
   std::ifstream in(path, std::ios::binary);
   if (!in) return ResourceFileStatus::kCannotRead;
-  const std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)),
+                                         std::istreambuf_iterator<char>());
   if (in.bad()) return ResourceFileStatus::kCannotRead;
   std::vector<ResourceEntry> entries;
   const ResourceFileStatus status = ParseResourceFile(bytes.data(), bytes.size(), &entries);

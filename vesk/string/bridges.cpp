@@ -71,7 +71,8 @@ bool OfferCachedString(CStringData* data, CFStringRef string) {
   if (IsNilData(data)) {
     std::lock_guard<std::mutex> hold(gNilSlotLock);
     if (LoadSlot(data) != nullptr) return false;
-    __atomic_store_n(&data->cachedCFString, static_cast<CFStringRef>(P::RetainObject(string)), __ATOMIC_RELEASE);
+    __atomic_store_n(&data->cachedCFString, static_cast<CFStringRef>(P::RetainObject(string)),
+                     __ATOMIC_RELEASE);
     return true;
   }
   P::RetainObject(string);
@@ -329,7 +330,8 @@ bool CString::UnloadString(unsigned long type, const unsigned char* name, bool u
     return true;
   }
   // Without a current file the new block has no home: give it back.
-  if (!P::AddResourceToCurrentFile(handle, type, P::UnusedResourceID(type), name)) P::DisposeMovableBlock(handle);
+  if (!P::AddResourceToCurrentFile(handle, type, P::UnusedResourceID(type), name))
+    P::DisposeMovableBlock(handle);
   return false;
 }
 

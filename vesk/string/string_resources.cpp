@@ -135,8 +135,8 @@ bool CString::LoadString(unsigned int id) {
     unsigned char key[kRecordSize] = {0, 0, 0, 0};
     const uint16_t low = static_cast<uint16_t>(id & 0xFFFFu);
     std::memcpy(key, &low, sizeof low);
-    const void* record = NumStrRes() == 0 ? nullptr
-                                          : std::bsearch(key, *gStrResTable, NumStrRes(), kRecordSize, StrResCmp);
+    const void* record =
+        NumStrRes() == 0 ? nullptr : std::bsearch(key, *gStrResTable, NumStrRes(), kRecordSize, StrResCmp);
     if (record != nullptr) {
       const unsigned int place = Field(record, 1);
       P::UnlockMovableBlock(gStrResTable);
