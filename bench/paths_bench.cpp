@@ -8,6 +8,7 @@
 // and fragment kept) and then made relative to the base. Only printable ASCII
 // without the characters that no peer accepts raw is kept, so that every
 // library parses every input.
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <string>
@@ -61,14 +62,17 @@ Inputs Build(const std::string& corpus) {
   URI base;
   for (const std::string& line : lines) {
     const URI uri(line);
-    if (Clean(line) && uri.IsValidURI() && !uri.IsRelative() && uri.IsHierarchical() && !uri.m_Server.empty() &&
-        uri.m_Query.empty() && uri.m_Fragment.empty() && Depth(uri) >= 3) {
+    if (Clean(line) && uri.IsValidURI() && !uri.IsRelative() && uri.IsHierarchical() && uri.m_Query.empty() &&
+        uri.m_Fragment.empty() && Depth(uri) >= 3) {
       base = uri;
       in.base = line;
       break;
     }
   }
-  if (in.base.empty()) std::abort();
+  if (in.base.empty()) {
+    std::fprintf(stderr, "no URL with a path of three segments in %s\n", corpus.c_str());
+    std::abort();
+  }
   const std::string root = base.m_Scheme + "://" + base.m_Server;
   for (const std::string& line : lines) {
     if (in.absolute.size() == kMaxInputs) break;

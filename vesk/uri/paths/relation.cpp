@@ -6,6 +6,9 @@
 
 namespace Vesk {
 
+static_assert(URIRelationNone == 0 && URIRelationChild == 1 && URIRelationSame == 2 && URIRelationParent == 3,
+              "the values of URIRelation are part of the interface");
+
 URIRelation URI::GetRelation(const URI& other, bool caseSensitive) const {
   // Both operands go through the application's resolver, this one first.
   // Without a resolver the working copies would be plain copies, so the
