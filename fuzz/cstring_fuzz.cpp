@@ -41,8 +41,9 @@ void TextOperations(const uint8_t* data, size_t size) {
     CString joined = s.GetPart(separator, 0);
     for (int i = 1; i < parts; ++i) joined += separator + s.GetPart(separator, i);
     if (!(cstring_model::TextOf(joined) == cstring_model::TextOf(s))) Fail("parts do not join back");
-    if (!(cstring_model::TextOf(s.GetPartRange(separator, 0, parts - 1) + separator + s.GetLastPart(separator)) ==
-          cstring_model::TextOf(s)) && parts > 1)
+    if (!(cstring_model::TextOf(s.GetPartRange(separator, 0, parts - 1) + separator +
+                                s.GetLastPart(separator)) == cstring_model::TextOf(s)) &&
+        parts > 1)
       Fail("GetPartRange and GetLastPart do not join back");
   }
   for (int i = -1; i <= parts && i < 8; ++i)
@@ -54,14 +55,16 @@ void TextOperations(const uint8_t* data, size_t size) {
   trimmed.Trim();
   trimmed.TrimLeft(kSet);
   trimmed.TrimRight(kSet);
-  if (trimmed.GetLength() > length || !Vesk::CheckCString(trimmed).empty()) Fail("trim grew or broke the string");
+  if (trimmed.GetLength() > length || !Vesk::CheckCString(trimmed).empty())
+    Fail("trim grew or broke the string");
   const int hit = s.FindOneOf(kSet);
   if (hit >= length || (hit >= 0 && s[hit] != ',' && s[hit] != ' ')) Fail("FindOneOf wrong");
   if (s.CompareNoCase(s) != 0) Fail("CompareNoCase of itself not 0");
   CString reversed(s);
   reversed.MakeReverse();
   reversed.MakeReverse();
-  if (!(cstring_model::TextOf(reversed) == cstring_model::TextOf(s))) Fail("reversing twice changed the text");
+  if (!(cstring_model::TextOf(reversed) == cstring_model::TextOf(s)))
+    Fail("reversing twice changed the text");
 }
 
 }  // namespace

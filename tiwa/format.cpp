@@ -1,5 +1,6 @@
 // printf for UTF-16 text. One formatter serves both entry points: into a
 // bounded buffer, or counting only, so that the estimate is exact.
+#include <sys/types.h>
 #include <algorithm>
 #include <climits>
 #include <cstdarg>
@@ -8,7 +9,6 @@
 #include <cstdio>
 #include <cwchar>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 #include "tiwa/tiwa"
@@ -53,7 +53,18 @@ struct Spec {
   bool left = false, plus = false, space = false, alternate = false, zero = false, grouping = false;
   size_t width = 0;
   int precision = -1;  // -1: none
-  enum Length { kNone, kChar, kShort, kLong, kLongLong, kLongDouble, kIntMax, kSize, kPtrDiff, kWide } length = kNone;
+  enum Length {
+    kNone,
+    kChar,
+    kShort,
+    kLong,
+    kLongLong,
+    kLongDouble,
+    kIntMax,
+    kSize,
+    kPtrDiff,
+    kWide
+  } length = kNone;
 };
 
 void AppendUnit(std::vector<unsigned short>& out, char32_t code) {
@@ -135,43 +146,75 @@ std::string CFormat(const Spec& spec, const char* length, char conversion, T val
 
 long long SignedArgument(Arguments& args, Spec::Length length) {
   switch (length) {
-    case Spec::kChar: return static_cast<signed char>(va_arg(args.list, int));
-    case Spec::kShort: return static_cast<short>(va_arg(args.list, int));
-    case Spec::kLong: return va_arg(args.list, long);
+    case Spec::kChar:
+      return static_cast<signed char>(va_arg(args.list, int));
+    case Spec::kShort:
+      return static_cast<short>(va_arg(args.list, int));
+    case Spec::kLong:
+      return va_arg(args.list, long);
     case Spec::kLongLong:
-    case Spec::kLongDouble: return va_arg(args.list, long long);
-    case Spec::kIntMax: return va_arg(args.list, intmax_t);
-    case Spec::kSize: return va_arg(args.list, ssize_t);
-    case Spec::kPtrDiff: return va_arg(args.list, ptrdiff_t);
-    default: return va_arg(args.list, int);
+    case Spec::kLongDouble:
+      return va_arg(args.list, long long);
+    case Spec::kIntMax:
+      return va_arg(args.list, intmax_t);
+    case Spec::kSize:
+      return va_arg(args.list, ssize_t);
+    case Spec::kPtrDiff:
+      return va_arg(args.list, ptrdiff_t);
+    default:
+      return va_arg(args.list, int);
   }
 }
 
 unsigned long long UnsignedArgument(Arguments& args, Spec::Length length) {
   switch (length) {
-    case Spec::kChar: return static_cast<unsigned char>(va_arg(args.list, unsigned int));
-    case Spec::kShort: return static_cast<unsigned short>(va_arg(args.list, unsigned int));
-    case Spec::kLong: return va_arg(args.list, unsigned long);
+    case Spec::kChar:
+      return static_cast<unsigned char>(va_arg(args.list, unsigned int));
+    case Spec::kShort:
+      return static_cast<unsigned short>(va_arg(args.list, unsigned int));
+    case Spec::kLong:
+      return va_arg(args.list, unsigned long);
     case Spec::kLongLong:
-    case Spec::kLongDouble: return va_arg(args.list, unsigned long long);
-    case Spec::kIntMax: return va_arg(args.list, uintmax_t);
-    case Spec::kSize: return va_arg(args.list, size_t);
-    case Spec::kPtrDiff: return static_cast<unsigned long long>(va_arg(args.list, ptrdiff_t));
-    default: return va_arg(args.list, unsigned int);
+    case Spec::kLongDouble:
+      return va_arg(args.list, unsigned long long);
+    case Spec::kIntMax:
+      return va_arg(args.list, uintmax_t);
+    case Spec::kSize:
+      return va_arg(args.list, size_t);
+    case Spec::kPtrDiff:
+      return static_cast<unsigned long long>(va_arg(args.list, ptrdiff_t));
+    default:
+      return va_arg(args.list, unsigned int);
   }
 }
 
 void StoreCount(Arguments& args, Spec::Length length, size_t count) {
   switch (length) {
-    case Spec::kChar: *va_arg(args.list, signed char*) = static_cast<signed char>(count); break;
-    case Spec::kShort: *va_arg(args.list, short*) = static_cast<short>(count); break;
-    case Spec::kLong: *va_arg(args.list, long*) = static_cast<long>(count); break;
+    case Spec::kChar:
+      *va_arg(args.list, signed char*) = static_cast<signed char>(count);
+      break;
+    case Spec::kShort:
+      *va_arg(args.list, short*) = static_cast<short>(count);
+      break;
+    case Spec::kLong:
+      *va_arg(args.list, long*) = static_cast<long>(count);
+      break;
     case Spec::kLongLong:
-    case Spec::kLongDouble: *va_arg(args.list, long long*) = static_cast<long long>(count); break;
-    case Spec::kIntMax: *va_arg(args.list, intmax_t*) = static_cast<intmax_t>(count); break;
-    case Spec::kSize: *va_arg(args.list, size_t*) = count; break;
-    case Spec::kPtrDiff: *va_arg(args.list, ptrdiff_t*) = static_cast<ptrdiff_t>(count); break;
-    default: *va_arg(args.list, int*) = static_cast<int>(std::min<size_t>(count, INT_MAX)); break;
+    case Spec::kLongDouble:
+      *va_arg(args.list, long long*) = static_cast<long long>(count);
+      break;
+    case Spec::kIntMax:
+      *va_arg(args.list, intmax_t*) = static_cast<intmax_t>(count);
+      break;
+    case Spec::kSize:
+      *va_arg(args.list, size_t*) = count;
+      break;
+    case Spec::kPtrDiff:
+      *va_arg(args.list, ptrdiff_t*) = static_cast<ptrdiff_t>(count);
+      break;
+    default:
+      *va_arg(args.list, int*) = static_cast<int>(std::min<size_t>(count, INT_MAX));
+      break;
   }
 }
 
@@ -200,13 +243,20 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
     }
     Spec spec;
     for (;; ++f) {
-      if (*f == '-') spec.left = true;
-      else if (*f == '+') spec.plus = true;
-      else if (*f == ' ') spec.space = true;
-      else if (*f == '#') spec.alternate = true;
-      else if (*f == '0') spec.zero = true;
-      else if (*f == '\'') spec.grouping = true;
-      else break;
+      if (*f == '-')
+        spec.left = true;
+      else if (*f == '+')
+        spec.plus = true;
+      else if (*f == ' ')
+        spec.space = true;
+      else if (*f == '#')
+        spec.alternate = true;
+      else if (*f == '0')
+        spec.zero = true;
+      else if (*f == '\'')
+        spec.grouping = true;
+      else
+        break;
     }
     if (*f == '*') {
       ++f;
@@ -237,19 +287,35 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
         spec.length = Spec::kLong;
         if (*f == 'l') ++f, spec.length = Spec::kLongLong;
         break;
-      case 'q': ++f, spec.length = Spec::kLongLong; break;
-      case 'L': ++f, spec.length = Spec::kLongDouble; break;
-      case 'j': ++f, spec.length = Spec::kIntMax; break;
-      case 'z': ++f, spec.length = Spec::kSize; break;
-      case 't': ++f, spec.length = Spec::kPtrDiff; break;
-      case 'w': ++f, spec.length = Spec::kWide; break;
+      case 'q':
+        ++f, spec.length = Spec::kLongLong;
+        break;
+      case 'L':
+        ++f, spec.length = Spec::kLongDouble;
+        break;
+      case 'j':
+        ++f, spec.length = Spec::kIntMax;
+        break;
+      case 'z':
+        ++f, spec.length = Spec::kSize;
+        break;
+      case 't':
+        ++f, spec.length = Spec::kPtrDiff;
+        break;
+      case 'w':
+        ++f, spec.length = Spec::kWide;
+        break;
       case 'I':
         ++f;
-        if (f[0] == '6' && f[1] == '4') f += 2, spec.length = Spec::kLongLong;
-        else if (f[0] == '3' && f[1] == '2') f += 2, spec.length = Spec::kNone;
-        else spec.length = Spec::kSize;
+        if (f[0] == '6' && f[1] == '4')
+          f += 2, spec.length = Spec::kLongLong;
+        else if (f[0] == '3' && f[1] == '2')
+          f += 2, spec.length = Spec::kNone;
+        else
+          spec.length = Spec::kSize;
         break;
-      default: break;
+      default:
+        break;
     }
     const unsigned short conversion = *f;
     if (conversion == 0) {  // a directive cut off by the end: copied as it stands
@@ -264,13 +330,15 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
     switch (conversion) {
       case 'd':
       case 'i':
-        PutNumber(sink, spec, CFormat(spec, "ll", 'd', SignedArgument(args, spec.length)), spec.precision < 0, false);
+        PutNumber(sink, spec, CFormat(spec, "ll", 'd', SignedArgument(args, spec.length)), spec.precision < 0,
+                  false);
         break;
       case 'u':
       case 'o':
       case 'x':
       case 'X':
-        PutNumber(sink, spec, CFormat(spec, "ll", static_cast<char>(conversion), UnsignedArgument(args, spec.length)),
+        PutNumber(sink, spec,
+                  CFormat(spec, "ll", static_cast<char>(conversion), UnsignedArgument(args, spec.length)),
                   spec.precision < 0, conversion == 'x' || conversion == 'X');
         break;
       case 'e':
@@ -281,9 +349,10 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
       case 'G':
       case 'a':
       case 'A': {
-        std::string text = spec.length == Spec::kLongDouble
-                               ? CFormat(spec, "L", static_cast<char>(conversion), va_arg(args.list, long double))
-                               : CFormat(spec, "", static_cast<char>(conversion), va_arg(args.list, double));
+        std::string text =
+            spec.length == Spec::kLongDouble
+                ? CFormat(spec, "L", static_cast<char>(conversion), va_arg(args.list, long double))
+                : CFormat(spec, "", static_cast<char>(conversion), va_arg(args.list, double));
         const bool finite = text.find_first_of("iInN") == std::string::npos;
         PutNumber(sink, spec, text, finite, conversion == 'a' || conversion == 'A');
         break;
@@ -298,7 +367,8 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
       case 'C':
         if (narrow_char) {
           const char byte[2] = {static_cast<char>(va_arg(args.list, int)), 0};
-          const std::vector<unsigned short> units = byte[0] == 0 ? std::vector<unsigned short>{0} : Widen(byte, 2);
+          const std::vector<unsigned short> units =
+              byte[0] == 0 ? std::vector<unsigned short>{0} : Widen(byte, 2);
           PutPadded(sink, spec, units.data(), units.size());
         } else {
           const unsigned short unit = static_cast<unsigned short>(va_arg(args.list, int));

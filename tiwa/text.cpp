@@ -43,16 +43,18 @@ constexpr auto kLower =
 extern "C" {
 
 const unsigned short __wctype_mapC[128] = {
-#define ROW(i) kClasses[i], kClasses[i + 1], kClasses[i + 2], kClasses[i + 3], kClasses[i + 4], kClasses[i + 5], \
-               kClasses[i + 6], kClasses[i + 7]
+#define ROW(i)                                                                                      \
+  kClasses[i], kClasses[i + 1], kClasses[i + 2], kClasses[i + 3], kClasses[i + 4], kClasses[i + 5], \
+      kClasses[i + 6], kClasses[i + 7]
     ROW(0),  ROW(8),  ROW(16), ROW(24), ROW(32), ROW(40),  ROW(48),  ROW(56),
     ROW(64), ROW(72), ROW(80), ROW(88), ROW(96), ROW(104), ROW(112), ROW(120),
 #undef ROW
 };
 
 const unsigned short __wlower_mapC[128] = {
-#define ROW(i) kLower[i], kLower[i + 1], kLower[i + 2], kLower[i + 3], kLower[i + 4], kLower[i + 5], kLower[i + 6], \
-               kLower[i + 7]
+#define ROW(i)                                                                                         \
+  kLower[i], kLower[i + 1], kLower[i + 2], kLower[i + 3], kLower[i + 4], kLower[i + 5], kLower[i + 6], \
+      kLower[i + 7]
     ROW(0),  ROW(8),  ROW(16), ROW(24), ROW(32), ROW(40),  ROW(48),  ROW(56),
     ROW(64), ROW(72), ROW(80), ROW(88), ROW(96), ROW(104), ROW(112), ROW(120),
 #undef ROW

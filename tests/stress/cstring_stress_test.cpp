@@ -1,7 +1,7 @@
 #include "vesk/string/cstring"
 
-#include <atomic>
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -36,7 +36,8 @@ class StartLine {
 std::basic_string<unsigned short> Pattern(int tag, int length) {
   std::basic_string<unsigned short> s(static_cast<size_t>(length), 0);
   s[0] = static_cast<unsigned short>(0x4000 + tag);
-  for (int i = 1; i < length; ++i) s[static_cast<size_t>(i)] = static_cast<unsigned short>(u'a' + (tag + i) % 26);
+  for (int i = 1; i < length; ++i)
+    s[static_cast<size_t>(i)] = static_cast<unsigned short>(u'a' + (tag + i) % 26);
   return s;
 }
 

@@ -2,10 +2,10 @@
 
 #include <climits>
 #include <cstring>
-#include <set>
-#include <thread>
 #include <new>
+#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -66,9 +66,14 @@ TEST(CStringBuffer, CapacityBySizeClass) {
 
 TEST(CStringBuffer, EmptyStringsStayOnTheNilData) {
   const cstest::U16 empty;
-  const CString rows[] = {CString(), CString(static_cast<const unsigned short*>(nullptr)), CString(empty.c_str()),
-                          CString(W(u"abc").c_str(), 0), CString(u'x', 0), CString(u'x', -3),
-                          Make(u"") + Make(u""), CString() + static_cast<const unsigned short*>(nullptr)};
+  const CString rows[] = {CString(),
+                          CString(static_cast<const unsigned short*>(nullptr)),
+                          CString(empty.c_str()),
+                          CString(W(u"abc").c_str(), 0),
+                          CString(u'x', 0),
+                          CString(u'x', -3),
+                          Make(u"") + Make(u""),
+                          CString() + static_cast<const unsigned short*>(nullptr)};
   for (const CString& s : rows) {
     EXPECT_EQ(static_cast<const unsigned short*>(s), _afxPchNil);
     EXPECT_TRUE(s.IsEmpty());

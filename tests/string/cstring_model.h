@@ -27,10 +27,14 @@ class Bytes {
   // A small signed number around the interesting edges of a length `n`.
   int Index(int n) {
     switch (Byte() % 6) {
-      case 0: return -1 - Int(3);
-      case 1: return n;
-      case 2: return n + 1 + Int(3);
-      default: return Int(n + 1);
+      case 0:
+        return -1 - Int(3);
+      case 1:
+        return n;
+      case 2:
+        return n + 1 + Int(3);
+      default:
+        return Int(n + 1);
     }
   }
 
@@ -51,7 +55,8 @@ inline std::u16string TextOf(const CString& s) {
 // Units that exercise the special cases: zero, white space of either
 // definition, a lead-byte look-alike, a lone surrogate, ASCII letters.
 inline char16_t Unit(Bytes& in, bool allow_zero) {
-  static const char16_t kUnits[] = {u'a', u'b', u'A', u'B', u',', u' ', u'\t', u'\n', 0xA0, 0x3081, 0xD800, u'z', 0};
+  static const char16_t kUnits[] = {u'a',  u'b', u'A',   u'B',   u',', u' ', u'\t',
+                                    u'\n', 0xA0, 0x3081, 0xD800, u'z', 0};
   const int n = static_cast<int>(sizeof kUnits / sizeof kUnits[0]) - (allow_zero ? 0 : 1);
   return kUnits[in.Byte() % n];
 }
@@ -156,7 +161,8 @@ class Run {
         const int count = in.Index(n) - 1;
         expect(s.Delete(at, count), n, "Delete");
         const int from = std::max(at, 0);
-        if (count > 0 && from < n) m.erase(static_cast<size_t>(from), static_cast<size_t>(std::min(count, n - from)));
+        if (count > 0 && from < n)
+          m.erase(static_cast<size_t>(from), static_cast<size_t>(std::min(count, n - from)));
         break;
       }
       case 10: {
@@ -169,7 +175,8 @@ class Run {
       case 11: {
         const char16_t from = Unit(in, true), to = Unit(in, true);
         long long count = from == to ? 0 : std::count(m.begin(), m.end(), from);
-        expect(s.Replace(static_cast<unsigned short>(from), static_cast<unsigned short>(to)), count, "Replace units");
+        expect(s.Replace(static_cast<unsigned short>(from), static_cast<unsigned short>(to)), count,
+               "Replace units");
         if (from != to) std::replace(m.begin(), m.end(), from, to);
         break;
       }
@@ -186,7 +193,8 @@ class Run {
         int f = std::max(first, 0), c = std::max(count, 0);
         if (f > n) c = 0;
         if (c > n - f) c = std::max(n - f, 0);
-        const std::u16string model_cut = c == 0 ? std::u16string() : m.substr(static_cast<size_t>(f), static_cast<size_t>(c));
+        const std::u16string model_cut =
+            c == 0 ? std::u16string() : m.substr(static_cast<size_t>(f), static_cast<size_t>(c));
         cs_[j] = cut;
         model_[j] = model_cut;
         break;
@@ -199,7 +207,10 @@ class Run {
         std::u16string model_cut;
         if (which == 0) model_cut = m.substr(0, static_cast<size_t>(c));
         if (which == 1) model_cut = m.substr(static_cast<size_t>(n - c));
-        if (which == 2) model_cut = count == 0 ? m : count > n ? std::u16string() : m.substr(static_cast<size_t>(std::min(std::max(count, 0), n)));
+        if (which == 2)
+          model_cut = count == 0  ? m
+                      : count > n ? std::u16string()
+                                  : m.substr(static_cast<size_t>(std::min(std::max(count, 0), n)));
         if (which == 2 && count < 0) model_cut = m;
         cs_[j] = cut;
         model_[j] = model_cut;
@@ -290,10 +301,11 @@ class Run {
       case 26: {
         const char separator = static_cast<char>(Unit(in, false) & 0x7F);
         const int index = in.Index(3);
-        expect(s.GetPartCount(separator), std::count(m.begin(), m.end(), static_cast<char16_t>(separator)) + 1,
-               "GetPartCount");
+        expect(s.GetPartCount(separator),
+               std::count(m.begin(), m.end(), static_cast<char16_t>(separator)) + 1, "GetPartCount");
         const std::u16string want = PartModel(m, static_cast<char16_t>(separator), index);
-        if (TextOf(s.GetPart(separator, index)) != want && expectation.empty()) expectation = "GetPart differs";
+        if (TextOf(s.GetPart(separator, index)) != want && expectation.empty())
+          expectation = "GetPart differs";
         break;
       }
       case 27: {
@@ -323,7 +335,8 @@ class Run {
         cs_[k] = CString();
         model_[k].clear();
       }
-      if (TextOf(cs_[k]) != model_[k]) return "op " + std::to_string(op) + ": slot " + std::to_string(k) + " text differs";
+      if (TextOf(cs_[k]) != model_[k])
+        return "op " + std::to_string(op) + ": slot " + std::to_string(k) + " text differs";
       const std::string why = Vesk::CheckCString(cs_[k]);
       if (!why.empty()) return "op " + std::to_string(op) + ": slot " + std::to_string(k) + ": " + why;
     }

@@ -25,7 +25,8 @@ TEST(CFixedAlloc, NewSlabHandsOutRisingAddresses) {
     CFixedAlloc pool(bytes, 16);
     std::vector<void*> blocks;
     for (int i = 0; i < 16; ++i) blocks.push_back(pool.Alloc());
-    for (int i = 1; i < 16; ++i) EXPECT_EQ(Address(blocks[i]) - Address(blocks[i - 1]), bytes) << bytes << " " << i;
+    for (int i = 1; i < 16; ++i)
+      EXPECT_EQ(Address(blocks[i]) - Address(blocks[i - 1]), bytes) << bytes << " " << i;
     EXPECT_EQ(Vesk::PlexCount(pool), 1);
     EXPECT_EQ(pool.freeList, nullptr);
     // The whole payload is usable (ASan would catch a short slab).

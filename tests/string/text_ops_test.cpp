@@ -9,8 +9,8 @@
 
 namespace {
 
-using cstest::CText;
 using cstest::Count;
+using cstest::CText;
 using cstest::Make;
 using cstest::Text;
 using cstest::W;
@@ -43,12 +43,16 @@ TEST(CStringParts, CharSeparator) {
     std::u16string_view part;
     std::u16string_view last;
   } rows[] = {
-      {u"a,b,", ',', 3, 2, u"", u""},          {u"a,b,", ',', 3, 1, u"b", u""},
-      {u"", ',', 1, 0, u"", u""},              {u"", ',', 1, 1, u"", u""},
-      {u"abc", ',', 1, 0, u"abc", u"abc"},     {u"abc", ',', 1, -1, u"", u"abc"},
-      {u",x", ',', 2, 0, u"", u"x"},           {u"a.b.c", '.', 3, 2, u"c", u"c"},
+      {u"a,b,", ',', 3, 2, u"", u""},
+      {u"a,b,", ',', 3, 1, u"b", u""},
+      {u"", ',', 1, 0, u"", u""},
+      {u"", ',', 1, 1, u"", u""},
+      {u"abc", ',', 1, 0, u"abc", u"abc"},
+      {u"abc", ',', 1, -1, u"", u"abc"},
+      {u",x", ',', 2, 0, u"", u"x"},
+      {u"a.b.c", '.', 3, 2, u"c", u"c"},
       {u"a\u00e9b", '\xe9', 1, 0, u"a\u00e9b", u"a\u00e9b"},  // 0x80 and above never match
-      {u"a\uffe9b", '\xe9', 1, 0, u"a", u"b"},  // but the sign-extended unit is found
+      {u"a\uffe9b", '\xe9', 1, 0, u"a", u"b"},                // but the sign-extended unit is found
   };
   for (const auto& row : rows) {
     const CString s = Make(row.text);
@@ -67,9 +71,9 @@ TEST(CStringParts, StringSeparator) {
     std::u16string_view part;
     std::u16string_view last;
   } rows[] = {
-      {u"a::b", 2, 0, u"a", u"b"},       {u"a::b", 2, 1, u"b", u"b"},   {u"a::b", 2, 2, u"", u"b"},
-      {u"a::b", 2, -1, u"", u"b"},       {u"", 1, 0, u"", u""},         {u"a:::b", 2, 1, u":b", u":b"},
-      {u"::::", 3, 1, u"", u""},         {u"x::", 2, 1, u"", u""},      {u"plain", 1, 0, u"plain", u"plain"},
+      {u"a::b", 2, 0, u"a", u"b"},    {u"a::b", 2, 1, u"b", u"b"}, {u"a::b", 2, 2, u"", u"b"},
+      {u"a::b", 2, -1, u"", u"b"},    {u"", 1, 0, u"", u""},       {u"a:::b", 2, 1, u":b", u":b"},
+      {u"::::", 3, 1, u"", u""},      {u"x::", 2, 1, u"", u""},    {u"plain", 1, 0, u"plain", u"plain"},
       {u"a::b::c", 3, 2, u"c", u"c"},
   };
   for (const auto& row : rows) {
@@ -90,10 +94,10 @@ TEST(CStringParts, Ranges) {
     int first, last;
     std::u16string_view expected;
   } rows[] = {
-      {u"a,b,c,d", 1, 3, u"b,c"}, {u"a,b,c", 1, 1, u"b"},      {u"a,b,c", 1, 2, u"b"},
-      {u"a,b,c", 1, -1, u"b,c"},  {u"a,b,c", 2, 1, u""},       {u"a,b,c", 0, -1, u"a,b,c"},
-      {u"a,b,c", 0, 3, u"a,b,c"}, {u"a,b,c", 0, 2, u"a,b"},    {u"a,b,c", 2, 5, u"c,,"},
-      {u"a,b,c", 3, 3, u""},      {u",a,", 0, -1, u",a,"},     {u",a,", 1, 3, u"a,"},
+      {u"a,b,c,d", 1, 3, u"b,c"}, {u"a,b,c", 1, 1, u"b"},   {u"a,b,c", 1, 2, u"b"},
+      {u"a,b,c", 1, -1, u"b,c"},  {u"a,b,c", 2, 1, u""},    {u"a,b,c", 0, -1, u"a,b,c"},
+      {u"a,b,c", 0, 3, u"a,b,c"}, {u"a,b,c", 0, 2, u"a,b"}, {u"a,b,c", 2, 5, u"c,,"},
+      {u"a,b,c", 3, 3, u""},      {u",a,", 0, -1, u",a,"},  {u",a,", 1, 3, u"a,"},
   };
   for (const auto& row : rows) {
     const CString s = Make(row.text);
@@ -112,12 +116,14 @@ TEST(CStringFind, Units) {
   const struct {
     int got, expected;
   } rows[] = {
-      {abc.Find(u'b'), 1},       {abc.Find(u'z'), -1},       {abc.Find(u'b', 2), 4},    {abc.Find(u'b', 6), -1},
-      {abc.Find(u'a', -1), -1},  {abc.Find(u'\0'), 6},           {empty.Find(u'\0'), -1},       {inner.Find(u'c'), -1},
-      {inner.Find(u'\0'), 2},        {inner.Find(u'd', 3), 4},   {abc.ReverseFind(u'c'), 5}, {abc.ReverseFind(u'z'), -1},
-      {abc.ReverseFind(0), 6},   {inner.ReverseFind(u'd'), -1}, {empty.ReverseFind(0), 0},
+      {abc.Find(u'b'), 1},      {abc.Find(u'z'), -1},          {abc.Find(u'b', 2), 4},
+      {abc.Find(u'b', 6), -1},  {abc.Find(u'a', -1), -1},      {abc.Find(u'\0'), 6},
+      {empty.Find(u'\0'), -1},  {inner.Find(u'c'), -1},        {inner.Find(u'\0'), 2},
+      {inner.Find(u'd', 3), 4}, {abc.ReverseFind(u'c'), 5},    {abc.ReverseFind(u'z'), -1},
+      {abc.ReverseFind(0), 6},  {inner.ReverseFind(u'd'), -1}, {empty.ReverseFind(0), 0},
   };
-  for (size_t i = 0; i < sizeof rows / sizeof rows[0]; ++i) EXPECT_EQ(rows[i].got, rows[i].expected) << "row " << i;
+  for (size_t i = 0; i < sizeof rows / sizeof rows[0]; ++i)
+    EXPECT_EQ(rows[i].got, rows[i].expected) << "row " << i;
 }
 
 TEST(CStringFind, TextInBothModes) {
@@ -132,10 +138,17 @@ TEST(CStringFind, TextInBothModes) {
     int normal, double_byte;
   };
   const Row rows[] = {
-      {&s, ca.c_str(), -2, 2, 2},          {&s, zz.c_str(), -2, -1, -1},        {&s, ca.c_str(), 3, -1, -1},
-      {&s, empty_text.c_str(), -2, 0, 0},  {&none, empty_text.c_str(), -2, 0, -1}, {&s, empty_text.c_str(), 6, 6, -1},
-      {&s, empty_text.c_str(), 2, 2, 2},   {&s, empty_text.c_str(), 7, -1, -1}, {&s, nullptr, -2, 0, 0},
-      {&starts_with_zero, empty_text.c_str(), -2, 0, -1}, {&s, ca.c_str(), -1, -1, -1},
+      {&s, ca.c_str(), -2, 2, 2},
+      {&s, zz.c_str(), -2, -1, -1},
+      {&s, ca.c_str(), 3, -1, -1},
+      {&s, empty_text.c_str(), -2, 0, 0},
+      {&none, empty_text.c_str(), -2, 0, -1},
+      {&s, empty_text.c_str(), 6, 6, -1},
+      {&s, empty_text.c_str(), 2, 2, 2},
+      {&s, empty_text.c_str(), 7, -1, -1},
+      {&s, nullptr, -2, 0, 0},
+      {&starts_with_zero, empty_text.c_str(), -2, 0, -1},
+      {&s, ca.c_str(), -1, -1, -1},
   };
   for (int mode = 0; mode < 2; ++mode) {
     std::unique_ptr<DoubleByteScope> scope(mode == 1 ? new DoubleByteScope : nullptr);
@@ -165,8 +178,9 @@ TEST(CStringFind, FindOneOfAndCompareNoCase) {
     std::u16string_view a, b;
     int expected;
   } rows[] = {
-      {u"Hello", u"hELLO", 0}, {u"abc", u"abd", -1},  {u"abd", u"ABC", 1},   {u"ab", u"abc", -1},
-      {u"", u"", 0},           {u"[", u"a", -1},      {u"[", u"A", -1},      // '[' (0x5B) is below 'a' once 'A' folds
+      {u"Hello", u"hELLO", 0},    {u"abc", u"abd", -1}, {u"abd", u"ABC", 1},
+      {u"ab", u"abc", -1},        {u"", u"", 0},        {u"[", u"a", -1},
+      {u"[", u"A", -1},            // '[' (0x5B) is below 'a' once 'A' folds
       {u"\u00c9", u"\u00e9", -1},  // only ASCII folds
   };
   for (const auto& row : rows) {
@@ -183,12 +197,12 @@ TEST(CStringCut, MidLeftRightRightMost) {
     std::u16string_view expected;
     bool shared;
   } rows[] = {
-      {s.Mid(1, 2), u"bc", false},   {s.Mid(-3, 2), u"ab", false},  {s.Mid(3, 99), u"de", false},
-      {s.Mid(9, 2), u"", false},     {s.Mid(2, -1), u"", false},    {s.Mid(0, 5), u"abcde", true},
-      {s.Mid(2), u"cde", false},     {s.Mid(-1), u"abcde", true},   {s.Mid(5), u"", false},
-      {s.Left(2), u"ab", false},     {s.Left(-1), u"", false},      {s.Left(5), u"abcde", true},
-      {s.Right(2), u"de", false},    {s.Right(9), u"abcde", true},  {s.Right(-4), u"", false},
-      {s.RightMost(2), u"cde", false}, {s.RightMost(9), u"", false}, {s.RightMost(0), u"abcde", true},
+      {s.Mid(1, 2), u"bc", false},       {s.Mid(-3, 2), u"ab", false}, {s.Mid(3, 99), u"de", false},
+      {s.Mid(9, 2), u"", false},         {s.Mid(2, -1), u"", false},   {s.Mid(0, 5), u"abcde", true},
+      {s.Mid(2), u"cde", false},         {s.Mid(-1), u"abcde", true},  {s.Mid(5), u"", false},
+      {s.Left(2), u"ab", false},         {s.Left(-1), u"", false},     {s.Left(5), u"abcde", true},
+      {s.Right(2), u"de", false},        {s.Right(9), u"abcde", true}, {s.Right(-4), u"", false},
+      {s.RightMost(2), u"cde", false},   {s.RightMost(9), u"", false}, {s.RightMost(0), u"abcde", true},
       {s.RightMost(-2), u"abcde", true},
   };
   for (size_t i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
@@ -238,7 +252,10 @@ TEST(CStringEdit, InsertAndDelete) {
     std::u16string_view insert;
     std::u16string_view expected;
   } rows[] = {
-      {u"abc", 1, u"XY", u"aXYbc"}, {u"abc", -5, u"X", u"Xabc"}, {u"abc", 9, u"X", u"abcX"}, {u"", 0, u"X", u"X"},
+      {u"abc", 1, u"XY", u"aXYbc"},
+      {u"abc", -5, u"X", u"Xabc"},
+      {u"abc", 9, u"X", u"abcX"},
+      {u"", 0, u"X", u"X"},
   };
   for (const auto& row : rows) {
     CString s = Make(row.text);
@@ -247,7 +264,8 @@ TEST(CStringEdit, InsertAndDelete) {
     EXPECT_EQ(Text(s), row.expected);
     CString t = Make(row.text);
     if (row.insert.size() == 1) {
-      EXPECT_EQ(t.Insert(row.index, static_cast<unsigned short>(row.insert[0])), static_cast<int>(row.expected.size()));
+      EXPECT_EQ(t.Insert(row.index, static_cast<unsigned short>(row.insert[0])),
+                static_cast<int>(row.expected.size()));
       EXPECT_EQ(Text(t), row.expected);
     }
     EXPECT_SOUND(s);
@@ -314,8 +332,9 @@ TEST(CStringEdit, ReplaceText) {
       {u"abcabc", u"bc", u"", 2, u"aa"},
       {u"abcabc", u"abc", u"abc", 2, u"abcabc"},
       {std::u16string(u"a\0a", 3), u"a", u"bb", 2, std::u16string(u"bb\0bb", 5)},
-      {std::u16string(u"ab\0ba", 5), u"ab", u"X", 1, std::u16string(u"X\0ba", 4)},  // no match across the zero
-      {std::u16string(60, u'a'), u"a", u"bbb", 60, std::u16string(180, u'b')},    // grows past the class
+      {std::u16string(u"ab\0ba", 5), u"ab", u"X", 1,
+       std::u16string(u"X\0ba", 4)},                                            // no match across the zero
+      {std::u16string(60, u'a'), u"a", u"bbb", 60, std::u16string(180, u'b')},  // grows past the class
       {std::u16string(40, u'a'), u"a", u"b", 40, std::u16string(40, u'b')},
       {u"xax", u"a", u"abc", 1, u"xabcx"},  // grows in place
   };
@@ -356,9 +375,13 @@ TEST(CStringEdit, ReverseAndCase) {
     DoubleByteScope scope;
     // A unit whose low byte is a lead byte keeps itself and the next unit,
     // even in ordinary UTF-16 text (U+3081 has low byte 0x81).
-    CString d = Make(u"a\u3081bc\x0085" u"de");
+    CString d = Make(
+        u"a\u3081bc\x0085"
+        u"de");
     d.MakeUpper();
-    EXPECT_EQ(Text(d), u"A\u3081bC\x0085" u"dE");
+    EXPECT_EQ(Text(d),
+              u"A\u3081bC\x0085"
+              u"dE");
   }
   CString n = Make(u"a\u3081b");
   n.MakeUpper();
@@ -372,10 +395,11 @@ TEST(CStringTrim, WhiteSpaceDefinitions) {
   } rows[] = {
       {u"  a b \t\n", u"a b \t\n", u"  a b", u"a b"},
       {u"\u00a0a\u00a0", u"\u00a0a\u00a0", u"\u00a0a\u00a0", u"\u00a0a\u00a0"},  // C locale: U+00A0 stays
-      {u"\x1c x", u"\x1c x", u"\x1c x", u"\x1c x"},                               // not white space to either
+      {u"\x1c x", u"\x1c x", u"\x1c x", u"\x1c x"},                              // not white space to either
       {u" \v\f\r", u"", u"", u""},
       {u"", u"", u"", u""},
-      {std::u16string(u" a \0 b ", 7), std::u16string(u"a \0 b ", 6), u" a", u"a"},  // the run before the zero takes the rest
+      {std::u16string(u" a \0 b ", 7), std::u16string(u"a \0 b ", 6), u" a",
+       u"a"},  // the run before the zero takes the rest
       {std::u16string(u"ab\0  ", 5), std::u16string(u"ab\0  ", 5), std::u16string(u"ab\0  ", 5),
        std::u16string(u"ab\0  ", 5)},
   };
@@ -398,7 +422,7 @@ TEST(CStringTrim, UnitsAndSets) {
       {Make(u"xxaxx").TrimLeft(u'x'), u"axx"},       {Make(u"xxaxx").TrimRight(u'x'), u"xxa"},
       {Make(u"xyaxy").TrimLeft(xy.c_str()), u"axy"}, {Make(u"xyaxy").TrimRight(xy.c_str()), u"xya"},
       {Make(u"xyxy").TrimLeft(xy.c_str()), u""},     {Make(u"xya").TrimLeft(empty.c_str()), u"xya"},
-      {Make(u"axy").TrimRight(nullptr), u"axy"},      {Make(u"abc").TrimLeft(u'\0'), u"abc"},
+      {Make(u"axy").TrimRight(nullptr), u"axy"},     {Make(u"abc").TrimLeft(u'\0'), u"abc"},
   };
   for (const auto& row : rows) EXPECT_EQ(Text(row.got), row.expected);
   // TrimLeft with an empty set returns before unsharing; TrimRight does not.

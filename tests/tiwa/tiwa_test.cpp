@@ -68,8 +68,12 @@ TEST(TiwaSpan, SpanBreakAndComplement) {
     size_t spn, cspn;
     int pbrk;  // -1: null
   } rows[] = {
-      {u"", u"abc", 0, 0, -1},          {u"abcx", u"abc", 3, 0, 0},   {u"xyzab", u"abc", 0, 3, 3},
-      {u"abc", u"", 0, 3, -1},          {u"  \tx", u" \t", 3, 0, 0},  {u"\u00e9\u00e9a", u"\u00e9", 2, 0, 0},
+      {u"", u"abc", 0, 0, -1},
+      {u"abcx", u"abc", 3, 0, 0},
+      {u"xyzab", u"abc", 0, 3, 3},
+      {u"abc", u"", 0, 3, -1},
+      {u"  \tx", u" \t", 3, 0, 0},
+      {u"\u00e9\u00e9a", u"\u00e9", 2, 0, 0},
       {u"zz\U0001F600", u"\xD83D", 0, 2, 2},
   };
   for (const auto& row : rows) {
@@ -128,7 +132,8 @@ TEST(TiwaFormat, Conversions) {
       {Format(u"[%ls]", wide.c_str()), u"[w\u00e9de]"},
       {Format(u"[%hs]", "narrow"), u"[narrow]"},
       {Format(u"[%S]", "narrow"), u"[narrow]"},
-      {Format(u"[%.2s|%-6s|%6s]", wide.c_str(), wide.c_str(), wide.c_str()), u"[w\u00e9|w\u00e9de  |  w\u00e9de]"},
+      {Format(u"[%.2s|%-6s|%6s]", wide.c_str(), wide.c_str(), wide.c_str()),
+       u"[w\u00e9|w\u00e9de  |  w\u00e9de]"},
       {Format(u"[%s|%hs]", null_wide, null_narrow), u"[(null)|(null)]"},
       {Format(u"[%c%c]", 0x263A, 'x'), u"[\u263Ax]"},
       {Format(u"[%C%hc]", 'a', 'b'), u"[ab]"},
@@ -154,7 +159,8 @@ TEST(TiwaFormat, Conversions) {
 
 TEST(TiwaFormat, NumbersAgreeWithTheCLibrary) {
   const long long values[] = {0, 1, -1, 9, 10, 99, -100, INT_MAX, INT_MIN, LLONG_MAX, LLONG_MIN};
-  const char* formats[] = {"%lld", "%20lld", "%-20lld|", "%020lld", "%+lld", "% .5lld", "%llx", "%#llo", "%.0lld"};
+  const char* formats[] = {"%lld",    "%20lld", "%-20lld|", "%020lld", "%+lld",
+                           "% .5lld", "%llx",   "%#llo",    "%.0lld"};
   for (const char* f : formats) {
     for (long long v : values) {
       char expected[64];

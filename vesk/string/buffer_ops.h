@@ -21,7 +21,9 @@ inline int AtomicAdd32(int delta, int* target) { return __atomic_add_fetch(targe
 // The count as seen now. Acquire, so that a count of 1 seen after another
 // owner's release also sees everything that owner did to the buffer.
 inline int LoadCount(const CStringData* data) { return __atomic_load_n(&data->refCount, __ATOMIC_ACQUIRE); }
-inline void StoreCount(CStringData* data, int value) { __atomic_store_n(&data->refCount, value, __ATOMIC_RELAXED); }
+inline void StoreCount(CStringData* data, int value) {
+  __atomic_store_n(&data->refCount, value, __ATOMIC_RELAXED);
+}
 
 // Sets the length and the terminator. The nil data is left as it is: its
 // length and terminator are zero already, and leaving them unwritten keeps

@@ -61,7 +61,8 @@ void CString::AllocBuffer(int length) {
     data = static_cast<CStringData*>(Pools::Alloc(cls));
     data->capacity = Pools::kCapacity[cls];
   } else {
-    const std::size_t bytes = sizeof(CStringData) + (static_cast<std::size_t>(length) + 1) * sizeof(unsigned short);
+    const std::size_t bytes =
+        sizeof(CStringData) + (static_cast<std::size_t>(length) + 1) * sizeof(unsigned short);
     data = reinterpret_cast<CStringData*>(new unsigned char[bytes]);
     data->capacity = length;
   }

@@ -18,7 +18,8 @@ int Placement(const CFixedAlloc& pool, const void* block) {
   const std::uintptr_t slab_bytes = static_cast<std::uintptr_t>(pool.blocksPerPlex) * pool.blockBytes;
   for (CPlex* slab = pool.plexChain; slab != nullptr; slab = slab->next) {
     const auto first = reinterpret_cast<std::uintptr_t>(slab->data());
-    if (address >= first && address < first + slab_bytes) return (address - first) % pool.blockBytes == 0 ? 0 : 1;
+    if (address >= first && address < first + slab_bytes)
+      return (address - first) % pool.blockBytes == 0 ? 0 : 1;
   }
   return 2;
 }

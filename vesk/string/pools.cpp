@@ -23,22 +23,28 @@ SpinLock gLocks[kClassCount];
 
 void SpinLock::LockSlow() {
   for (int spins = 0;; ++spins) {
-    if (!locked_.load(std::memory_order_relaxed) && !locked_.exchange(true, std::memory_order_acquire)) return;
+    if (!locked_.load(std::memory_order_relaxed) && !locked_.exchange(true, std::memory_order_acquire))
+      return;
     // The holder may have been preempted: with fewer cores than threads,
     // spinning only burns its time slice.
     if (spins >= 64) std::this_thread::yield();
 #if defined(__x86_64__) || defined(__i386__)
-    else __builtin_ia32_pause();
+    else
+      __builtin_ia32_pause();
 #endif
   }
 }
 
 CFixedAlloc*& PoolPointer(int cls) {
   switch (cls) {
-    case 0: return _afxAlloc64;
-    case 1: return _afxAlloc128;
-    case 2: return _afxAlloc256;
-    default: return _afxAlloc512;
+    case 0:
+      return _afxAlloc64;
+    case 1:
+      return _afxAlloc128;
+    case 2:
+      return _afxAlloc256;
+    default:
+      return _afxAlloc512;
   }
 }
 

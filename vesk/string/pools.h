@@ -23,8 +23,9 @@ constexpr unsigned int kBlockRounding = alignof(CStringData) > 4 ? alignof(CStri
 
 // Bytes of one block of a class: header, text and terminator, rounded up.
 constexpr unsigned int BlockBytes(int capacity) {
-  return static_cast<unsigned int>((sizeof(CStringData) + (capacity + 1) * sizeof(unsigned short) + kBlockRounding - 1) /
-                                   kBlockRounding * kBlockRounding);
+  return static_cast<unsigned int>(
+      (sizeof(CStringData) + (capacity + 1) * sizeof(unsigned short) + kBlockRounding - 1) / kBlockRounding *
+      kBlockRounding);
 }
 
 // The size class serving `length` units (signed comparison: a negative length
@@ -40,11 +41,16 @@ inline int ClassForLength(int length) {
 // The class whose blocks have exactly this capacity, or -1 for a heap buffer.
 inline int ClassForCapacity(int capacity) {
   switch (capacity) {
-    case 64: return 0;
-    case 128: return 1;
-    case 256: return 2;
-    case 512: return 3;
-    default: return -1;
+    case 64:
+      return 0;
+    case 128:
+      return 1;
+    case 256:
+      return 2;
+    case 512:
+      return 3;
+    default:
+      return -1;
   }
 }
 

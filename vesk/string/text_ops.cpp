@@ -48,13 +48,15 @@ const unsigned short* Search(const unsigned short* text, const unsigned short* s
 
 // The first unit in [p, end) that equals `unit` or zero, or `end`. Eight
 // units at a time where the machine allows; `end` bounds every read.
-const unsigned short* FindUnitOrZero(const unsigned short* p, const unsigned short* end, unsigned short unit) {
+const unsigned short* FindUnitOrZero(const unsigned short* p, const unsigned short* end,
+                                     unsigned short unit) {
 #if defined(__SSE2__)
   const __m128i wanted = _mm_set1_epi16(static_cast<short>(unit));
   const __m128i zero = _mm_setzero_si128();
   while (end - p >= 8) {
     const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, wanted), _mm_cmpeq_epi16(units, zero)));
+    const int mask =
+        _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, wanted), _mm_cmpeq_epi16(units, zero)));
     if (mask != 0) return p + (__builtin_ctz(static_cast<unsigned>(mask)) >> 1);
     p += 8;
   }
@@ -91,7 +93,8 @@ bool InSet(unsigned short unit, const unsigned short* set) {
 
 // Whether the units at `at`, cut to at most `available` as Mid would cut them
 // and read as zero-terminated text, equal the separator's zero-terminated text.
-bool MatchesAt(const unsigned short* at, int available, const unsigned short* separator, int separator_length) {
+bool MatchesAt(const unsigned short* at, int available, const unsigned short* separator,
+               int separator_length) {
   const int n = std::min(separator_length, available);
   for (int k = 0;; ++k) {
     const unsigned short a = k < n ? at[k] : 0;
@@ -215,7 +218,8 @@ CString CString::GetPart(char separator, int index) const {
 CString CString::GetPart(const CString& separator, int index) const {
   if (index < 0) return CString();
   int skipped = 0;
-  const int from = index == 0 ? 0 : ScanSeparators(*this, separator, 0, [&](int) { return ++skipped < index; });
+  const int from =
+      index == 0 ? 0 : ScanSeparators(*this, separator, 0, [&](int) { return ++skipped < index; });
   if (skipped < index) return CString();
   const CString rest = Mid(from);
   const int end = rest.Find(static_cast<const unsigned short*>(separator));
@@ -476,8 +480,9 @@ int CString::Replace(const unsigned short* from, const unsigned short* to, int) 
   if (matches.empty()) return 0;
 
   CopyBeforeWrite();
-  const long long grown = static_cast<long long>(length) +
-                          static_cast<long long>(matches.size()) * (static_cast<long long>(to_length) - from_length);
+  const long long grown =
+      static_cast<long long>(length) +
+      static_cast<long long>(matches.size()) * (static_cast<long long>(to_length) - from_length);
   if (grown > INT_MAX) throw std::bad_alloc();
   const int new_length = static_cast<int>(grown);
   CStringData* data = GetData();
@@ -563,7 +568,8 @@ CString& CString::MakeUpper() {
 }
 
 CString& CString::TrimLeft() {
-  return TrimLeftWith(*this, [](unsigned short u) { return u < 128 && (__wctype_mapC[u] & TIWA_SPACE) != 0; });
+  return TrimLeftWith(*this,
+                      [](unsigned short u) { return u < 128 && (__wctype_mapC[u] & TIWA_SPACE) != 0; });
 }
 
 CString& CString::TrimRight() {
