@@ -56,19 +56,18 @@ constexpr unsigned char kAuthorityClass[256] = {
 
 inline bool IsAsciiLetter(char c) { return static_cast<unsigned char>((c | 0x20) - 'a') < 26; }
 
-// Whether every byte of the `size` bytes at `text` is in URIalpha. While
-// URIalpha holds its value from load, that is a test for ASCII letters.
+// Whether every byte of the `size` bytes at `text` is in URIalpha. A letter
+// found at its place in the load-time value ("a".."z", then "A".."Z") is a
+// member without a search; anything else is searched for.
 bool AllAlpha(const char* text, size_t size) {
-  static const char kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
   const std::string& alpha = URI::URIalpha;
-  if (alpha.size() == sizeof kLetters - 1 && std::memcmp(alpha.data(), kLetters, sizeof kLetters - 1) == 0) {
-    for (size_t i = 0; i < size; ++i) {
-      if (!IsAsciiLetter(text[i])) return false;
-    }
-    return true;
-  }
   for (size_t i = 0; i < size; ++i) {
-    if (alpha.find(text[i]) == std::string::npos) return false;
+    const char c = text[i];
+    size_t place = std::string::npos;
+    if (c >= 'a' && c <= 'z') place = static_cast<size_t>(c - 'a');
+    if (c >= 'A' && c <= 'Z') place = static_cast<size_t>(c - 'A') + 26;
+    if (place < alpha.size() && alpha[place] == c) continue;
+    if (alpha.find(c) == std::string::npos) return false;
   }
   return true;
 }
@@ -239,8 +238,8 @@ inline char* Put(char* o, const std::string& field) {
 }
 
 // ToString(false): the same decisions as the reading form, made once, then
-// the text written into a buffer of its exact size.
-void WriteStored(const URI& uri, std::string& out) {
+// the text written into a string of its exact size.
+std::string WriteStored(const URI& uri) {
   const bool hierarchical = uri.IsHierarchical();
   const bool absolute = hierarchical && !uri.m_IsRelative;
   const bool withScheme = absolute && !uri.m_Scheme.empty();
@@ -262,8 +261,8 @@ void WriteStored(const URI& uri, std::string& out) {
   if (!uri.m_Query.empty()) size += uri.m_Query.size() + 1;
   if (!uri.m_Fragment.empty()) size += uri.m_Fragment.size() + 1;
 
-  out.resize(size);
-  if (size == 0) return;
+  std::string out(size, '\0');
+  if (size == 0) return out;
   char* o = &out[0];
   if (hierarchical) {
     if (withScheme) {
@@ -301,6 +300,7 @@ void WriteStored(const URI& uri, std::string& out) {
     *o++ = '#';
     Put(o, uri.m_Fragment);
   }
+  return out;
 }
 
 }  // namespace
@@ -348,7 +348,7 @@ bool URI::ValidateURI() {
   if (!m_IsHierarchical) return m_NonHierarchical.find('\\') == std::string::npos;
   if (m_Path.find('\\') != std::string::npos) return false;
   if (IsRelative()) return true;
-  return m_Scheme != "unknown";
+  return !(m_Scheme.size() == 7 && std::memcmp(m_Scheme.data(), "unknown", 7) == 0);
 }
 
 bool URI::VerifyAlpha(StringProxy text) { return AllAlpha(text.data(), text.size()); }
@@ -358,11 +358,8 @@ bool URI::IsIPv6(const std::string& server) {
 }
 
 URI::StringProxy URI::ToString(bool unescape) const {
+  if (!unescape) return StringProxy(WriteStored(*this));
   StringProxy out;
-  if (!unescape) {
-    WriteStored(*this, out);
-    return out;
-  }
   // Each component as stored, or through its getter in the reading form.
   auto put = [&out, unescape](const std::string& field) {
     if (unescape) {
