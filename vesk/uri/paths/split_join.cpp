@@ -1,5 +1,5 @@
 // Paths as lists of segments: splitting, joining, and the whole-segment test.
-#include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -17,21 +17,18 @@ void URI::SplitPath(const std::string& path, std::vector<std::string>& segments,
   if (leadingSlash) ++begin;
   trailingSlash = end > begin && path[end - 1] == '/';
   if (trailingSlash) --end;
-  // An empty list gets room for the usual number of pieces at once; a run of
-  // slashes does not make it reserve more than a small bound. A list that
-  // already holds segments grows as vectors do, so appending stays linear.
-  if (segments.empty()) {
-    const size_t slashes = static_cast<size_t>(std::count(path.begin() + begin, path.begin() + end, '/'));
-    segments.reserve(std::min<size_t>(slashes + 1, 256));
-  }
+  // An empty list gets room for a usual path at once; a list that already
+  // holds segments grows as vectors do, so that appending stays linear.
+  if (segments.empty()) segments.reserve(8);
+  const char* const text = path.data();
   size_t piece = begin;
-  for (size_t i = begin; i < end; ++i) {
-    if (path[i] != '/') continue;
+  while (piece < end) {
+    const void* hit = std::memchr(text + piece, '/', end - piece);
+    const size_t slash = hit != nullptr ? static_cast<size_t>(static_cast<const char*>(hit) - text) : end;
     // Runs of slashes give empty pieces, which are dropped.
-    if (i > piece) segments.emplace_back(path, piece, i - piece);
-    piece = i + 1;
+    if (slash > piece) segments.emplace_back(text + piece, slash - piece);
+    piece = slash + 1;
   }
-  if (end > piece) segments.emplace_back(path, piece, end - piece);
 }
 
 void URI::SplitPath(const std::string& path, std::vector<std::string>& segments) {
