@@ -160,4 +160,28 @@ TEST(ForceEscape, CanonicalAndIdempotent) {
   }
 }
 
+// A server with two or more colons is stored as given, so passing it
+// through GetAuthority and SetAuthority is not always the identity: escapes
+// outside whole brackets are decoded on every pass, and doubled brackets lose
+// one pair per pass.
+TEST(ForceEscape, AddressServersAreStoredAsGiven) {
+  struct Row {
+    const char* text;
+    const char* once;
+    const char* twice;
+  } rows[] = {
+      {"http://[[[::1]]]/", "http://[[::1]]/", "http://[::1]/"},
+      {"http://[::]/", "http://::/", "http://::/"},
+      {"http://[a::%2541/", "http://[a::%41/", "http://[a::a/"},
+      {"http://[a::%2541]/", "http://[a::%2541]/", "http://[a::%2541]/"},
+  };
+  for (const Row& row : rows) {
+    URI uri(row.text);
+    uri.ForceEscape();
+    EXPECT_EQ(uri.ToString(false), row.once) << row.text;
+    uri.ForceEscape();
+    EXPECT_EQ(uri.ToString(false), row.twice) << row.text;
+  }
+}
+
 }  // namespace
