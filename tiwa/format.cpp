@@ -49,7 +49,7 @@ class Sink {
   size_t count_ = 0;
 };
 
-struct Spec {
+struct Field {
   bool left = false, plus = false, space = false, alternate = false, zero = false, grouping = false;
   size_t width = 0;
   int precision = -1;  // -1: none
@@ -97,43 +97,43 @@ std::vector<unsigned short> Widen(const char* text, size_t max) {
   return out;
 }
 
-void Pad(Sink& sink, const Spec& spec, size_t length, unsigned short fill = ' ') {
-  if (spec.width > length) sink.Repeat(fill, spec.width - length);
+void Pad(Sink& sink, const Field& field, size_t length, unsigned short fill = ' ') {
+  if (field.width > length) sink.Repeat(fill, field.width - length);
 }
 
-void PutPadded(Sink& sink, const Spec& spec, const unsigned short* units, size_t n) {
-  if (!spec.left) Pad(sink, spec, n);
+void PutPadded(Sink& sink, const Field& field, const unsigned short* units, size_t n) {
+  if (!field.left) Pad(sink, field, n);
   sink.Put(units, n);
-  if (spec.left) Pad(sink, spec, n);
+  if (field.left) Pad(sink, field, n);
 }
 
 // A number formatted by the C library without width, then padded: with
 // zeros after the sign and any 0x prefix when asked and allowed, else spaces.
-void PutNumber(Sink& sink, const Spec& spec, const std::string& narrow, bool zero_allowed, bool hex_prefix) {
+void PutNumber(Sink& sink, const Field& field, const std::string& narrow, bool zero_allowed, bool hex_prefix) {
   const std::vector<unsigned short> body = Widen(narrow.c_str(), SIZE_MAX);
-  if (spec.zero && !spec.left && zero_allowed && spec.width > body.size()) {
+  if (field.zero && !field.left && zero_allowed && field.width > body.size()) {
     size_t prefix = 0;
     if (!body.empty() && (body[0] == '+' || body[0] == '-' || body[0] == ' ')) prefix = 1;
     if (hex_prefix && body.size() >= prefix + 2 && body[prefix] == '0' &&
         (body[prefix + 1] == 'x' || body[prefix + 1] == 'X'))
       prefix += 2;
     sink.Put(body.data(), prefix);
-    sink.Repeat('0', spec.width - body.size());
+    sink.Repeat('0', field.width - body.size());
     sink.Put(body.data() + prefix, body.size() - prefix);
     return;
   }
-  PutPadded(sink, spec, body.data(), body.size());
+  PutPadded(sink, field, body.data(), body.size());
 }
 
 // The C library's text for one converted value, with our flags (no width).
 template <typename T>
-std::string CFormat(const Spec& spec, const char* length, char conversion, T value) {
+std::string CFormat(const Field& field, const char* length, char conversion, T value) {
   std::string format = "%";
-  if (spec.plus) format += '+';
-  if (spec.space) format += ' ';
-  if (spec.alternate) format += '#';
-  if (spec.grouping) format += '\'';
-  if (spec.precision >= 0) format += "." + std::to_string(std::min(spec.precision, kMaxNumericPrecision));
+  if (field.plus) format += '+';
+  if (field.space) format += ' ';
+  if (field.alternate) format += '#';
+  if (field.grouping) format += '\'';
+  if (field.precision >= 0) format += "." + std::to_string(std::min(field.precision, kMaxNumericPrecision));
   format += length;
   format += conversion;
   const int n = std::snprintf(nullptr, 0, format.c_str(), value);
@@ -144,72 +144,72 @@ std::string CFormat(const Spec& spec, const char* length, char conversion, T val
   return out;
 }
 
-long long SignedArgument(Arguments& args, Spec::Length length) {
+long long SignedArgument(Arguments& args, Field::Length length) {
   switch (length) {
-    case Spec::kChar:
+    case Field::kChar:
       return static_cast<signed char>(va_arg(args.list, int));
-    case Spec::kShort:
+    case Field::kShort:
       return static_cast<short>(va_arg(args.list, int));
-    case Spec::kLong:
+    case Field::kLong:
       return va_arg(args.list, long);
-    case Spec::kLongLong:
-    case Spec::kLongDouble:
+    case Field::kLongLong:
+    case Field::kLongDouble:
       return va_arg(args.list, long long);
-    case Spec::kIntMax:
+    case Field::kIntMax:
       return va_arg(args.list, intmax_t);
-    case Spec::kSize:
+    case Field::kSize:
       return va_arg(args.list, ssize_t);
-    case Spec::kPtrDiff:
+    case Field::kPtrDiff:
       return va_arg(args.list, ptrdiff_t);
     default:
       return va_arg(args.list, int);
   }
 }
 
-unsigned long long UnsignedArgument(Arguments& args, Spec::Length length) {
+unsigned long long UnsignedArgument(Arguments& args, Field::Length length) {
   switch (length) {
-    case Spec::kChar:
+    case Field::kChar:
       return static_cast<unsigned char>(va_arg(args.list, unsigned int));
-    case Spec::kShort:
+    case Field::kShort:
       return static_cast<unsigned short>(va_arg(args.list, unsigned int));
-    case Spec::kLong:
+    case Field::kLong:
       return va_arg(args.list, unsigned long);
-    case Spec::kLongLong:
-    case Spec::kLongDouble:
+    case Field::kLongLong:
+    case Field::kLongDouble:
       return va_arg(args.list, unsigned long long);
-    case Spec::kIntMax:
+    case Field::kIntMax:
       return va_arg(args.list, uintmax_t);
-    case Spec::kSize:
+    case Field::kSize:
       return va_arg(args.list, size_t);
-    case Spec::kPtrDiff:
+    case Field::kPtrDiff:
       return static_cast<unsigned long long>(va_arg(args.list, ptrdiff_t));
     default:
       return va_arg(args.list, unsigned int);
   }
 }
 
-void StoreCount(Arguments& args, Spec::Length length, size_t count) {
+void StoreCount(Arguments& args, Field::Length length, size_t count) {
   switch (length) {
-    case Spec::kChar:
+    case Field::kChar:
       *va_arg(args.list, signed char*) = static_cast<signed char>(count);
       break;
-    case Spec::kShort:
+    case Field::kShort:
       *va_arg(args.list, short*) = static_cast<short>(count);
       break;
-    case Spec::kLong:
+    case Field::kLong:
       *va_arg(args.list, long*) = static_cast<long>(count);
       break;
-    case Spec::kLongLong:
-    case Spec::kLongDouble:
+    case Field::kLongLong:
+    case Field::kLongDouble:
       *va_arg(args.list, long long*) = static_cast<long long>(count);
       break;
-    case Spec::kIntMax:
+    case Field::kIntMax:
       *va_arg(args.list, intmax_t*) = static_cast<intmax_t>(count);
       break;
-    case Spec::kSize:
+    case Field::kSize:
       *va_arg(args.list, size_t*) = count;
       break;
-    case Spec::kPtrDiff:
+    case Field::kPtrDiff:
       *va_arg(args.list, ptrdiff_t*) = static_cast<ptrdiff_t>(count);
       break;
     default:
@@ -241,78 +241,78 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
       ++f;
       continue;
     }
-    Spec spec;
+    Field field;
     for (;; ++f) {
       if (*f == '-')
-        spec.left = true;
+        field.left = true;
       else if (*f == '+')
-        spec.plus = true;
+        field.plus = true;
       else if (*f == ' ')
-        spec.space = true;
+        field.space = true;
       else if (*f == '#')
-        spec.alternate = true;
+        field.alternate = true;
       else if (*f == '0')
-        spec.zero = true;
+        field.zero = true;
       else if (*f == '\'')
-        spec.grouping = true;
+        field.grouping = true;
       else
         break;
     }
     if (*f == '*') {
       ++f;
       const int w = va_arg(args.list, int);
-      if (w < 0) spec.left = true;
-      spec.width = w < 0 ? static_cast<size_t>(-static_cast<long long>(w)) : static_cast<size_t>(w);
+      if (w < 0) field.left = true;
+      field.width = w < 0 ? static_cast<size_t>(-static_cast<long long>(w)) : static_cast<size_t>(w);
     } else {
-      spec.width = ReadNumber(f);
+      field.width = ReadNumber(f);
     }
     if (*f == '.') {
       ++f;
       if (*f == '*') {
         ++f;
         const int p = va_arg(args.list, int);
-        spec.precision = p < 0 ? -1 : p;
+        field.precision = p < 0 ? -1 : p;
       } else {
-        spec.precision = static_cast<int>(std::min<size_t>(ReadNumber(f), INT_MAX));
+        field.precision = static_cast<int>(std::min<size_t>(ReadNumber(f), INT_MAX));
       }
     }
     switch (*f) {
       case 'h':
         ++f;
-        spec.length = Spec::kShort;
-        if (*f == 'h') ++f, spec.length = Spec::kChar;
+        field.length = Field::kShort;
+        if (*f == 'h') ++f, field.length = Field::kChar;
         break;
       case 'l':
         ++f;
-        spec.length = Spec::kLong;
-        if (*f == 'l') ++f, spec.length = Spec::kLongLong;
+        field.length = Field::kLong;
+        if (*f == 'l') ++f, field.length = Field::kLongLong;
         break;
       case 'q':
-        ++f, spec.length = Spec::kLongLong;
+        ++f, field.length = Field::kLongLong;
         break;
       case 'L':
-        ++f, spec.length = Spec::kLongDouble;
+        ++f, field.length = Field::kLongDouble;
         break;
       case 'j':
-        ++f, spec.length = Spec::kIntMax;
+        ++f, field.length = Field::kIntMax;
         break;
       case 'z':
-        ++f, spec.length = Spec::kSize;
+        ++f, field.length = Field::kSize;
         break;
       case 't':
-        ++f, spec.length = Spec::kPtrDiff;
+        ++f, field.length = Field::kPtrDiff;
         break;
       case 'w':
-        ++f, spec.length = Spec::kWide;
+        ++f, field.length = Field::kWide;
         break;
       case 'I':
         ++f;
         if (f[0] == '6' && f[1] == '4')
-          f += 2, spec.length = Spec::kLongLong;
+          f += 2, field.length = Field::kLongLong;
         else if (f[0] == '3' && f[1] == '2')
-          f += 2, spec.length = Spec::kNone;
+          f += 2, field.length = Field::kNone;
         else
-          spec.length = Spec::kSize;
+          field.length = Field::kSize;
         break;
       default:
         break;
@@ -323,23 +323,23 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
       break;
     }
     ++f;
-    const bool narrow_text = (conversion == 's' && spec.length == Spec::kShort) ||
-                             (conversion == 'S' && spec.length != Spec::kLong && spec.length != Spec::kWide);
-    const bool narrow_char = (conversion == 'c' && spec.length == Spec::kShort) ||
-                             (conversion == 'C' && spec.length != Spec::kLong && spec.length != Spec::kWide);
+    const bool narrow_text = (conversion == 's' && field.length == Field::kShort) ||
+                             (conversion == 'S' && field.length != Field::kLong && field.length != Field::kWide);
+    const bool narrow_char = (conversion == 'c' && field.length == Field::kShort) ||
+                             (conversion == 'C' && field.length != Field::kLong && field.length != Field::kWide);
     switch (conversion) {
       case 'd':
       case 'i':
-        PutNumber(sink, spec, CFormat(spec, "ll", 'd', SignedArgument(args, spec.length)), spec.precision < 0,
+        PutNumber(sink, field, CFormat(field, "ll", 'd', SignedArgument(args, field.length)), field.precision < 0,
                   false);
         break;
       case 'u':
       case 'o':
       case 'x':
       case 'X':
-        PutNumber(sink, spec,
-                  CFormat(spec, "ll", static_cast<char>(conversion), UnsignedArgument(args, spec.length)),
-                  spec.precision < 0, conversion == 'x' || conversion == 'X');
+        PutNumber(sink, field,
+                  CFormat(field, "ll", static_cast<char>(conversion), UnsignedArgument(args, field.length)),
+                  field.precision < 0, conversion == 'x' || conversion == 'X');
         break;
       case 'e':
       case 'E':
@@ -350,15 +350,15 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
       case 'a':
       case 'A': {
         std::string text =
-            spec.length == Spec::kLongDouble
-                ? CFormat(spec, "L", static_cast<char>(conversion), va_arg(args.list, long double))
-                : CFormat(spec, "", static_cast<char>(conversion), va_arg(args.list, double));
+            field.length == Field::kLongDouble
+                ? CFormat(field, "L", static_cast<char>(conversion), va_arg(args.list, long double))
+                : CFormat(field, "", static_cast<char>(conversion), va_arg(args.list, double));
         const bool finite = text.find_first_of("iInN") == std::string::npos;
-        PutNumber(sink, spec, text, finite, conversion == 'a' || conversion == 'A');
+        PutNumber(sink, field, text, finite, conversion == 'a' || conversion == 'A');
         break;
       }
       case 'p': {
-        Spec plain = spec;
+        Field plain = field;
         plain.precision = -1;
         PutNumber(sink, plain, CFormat(plain, "", 'p', va_arg(args.list, void*)), false, true);
         break;
@@ -369,37 +369,37 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
           const char byte[2] = {static_cast<char>(va_arg(args.list, int)), 0};
           const std::vector<unsigned short> units =
               byte[0] == 0 ? std::vector<unsigned short>{0} : Widen(byte, 2);
-          PutPadded(sink, spec, units.data(), units.size());
+          PutPadded(sink, field, units.data(), units.size());
         } else {
           const unsigned short unit = static_cast<unsigned short>(va_arg(args.list, int));
-          PutPadded(sink, spec, &unit, 1);
+          PutPadded(sink, field, &unit, 1);
         }
         break;
       case 's':
       case 'S': {
-        const size_t max = spec.precision < 0 ? SIZE_MAX : static_cast<size_t>(spec.precision);
+        const size_t max = field.precision < 0 ? SIZE_MAX : static_cast<size_t>(field.precision);
         if (narrow_text) {
           const char* text = va_arg(args.list, const char*);
           if (text == nullptr) {
-            PutPadded(sink, spec, kNull, std::min<size_t>(6, max));
+            PutPadded(sink, field, kNull, std::min<size_t>(6, max));
           } else {
             const std::vector<unsigned short> units = Widen(text, max);
-            PutPadded(sink, spec, units.data(), units.size());
+            PutPadded(sink, field, units.data(), units.size());
           }
         } else {
           const unsigned short* text = va_arg(args.list, const unsigned short*);
           if (text == nullptr) {
-            PutPadded(sink, spec, kNull, std::min<size_t>(6, max));
+            PutPadded(sink, field, kNull, std::min<size_t>(6, max));
           } else {
             size_t n = 0;
             while (n < max && text[n] != 0) ++n;
-            PutPadded(sink, spec, text, n);
+            PutPadded(sink, field, text, n);
           }
         }
         break;
       }
       case 'n':
-        StoreCount(args, spec.length, sink.count());
+        StoreCount(args, field.length, sink.count());
         break;
       default:  // unknown: copied as it stands, no argument taken
         sink.Put(start, static_cast<size_t>(f - start));

@@ -1,9 +1,5 @@
 // Runs `vesk resources` and `vesk strings` as a person making and checking a
 // resource file would.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,64 +11,26 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/tool/tool_runner.h"
+
 #ifndef VESK_TEST_LOCALE_DIR
 #error "VESK_TEST_LOCALE_DIR names the compiled test catalogs"
 #endif
 
 namespace {
 
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using Result = vesktest::ToolRun;
 
 // The tool run with `args`, no shell, empty standard input, in a locale whose
 // messages are translated from the test catalogs.
 Result Vesk(const std::vector<std::string>& args) {
-  char dir[] = "/tmp/vesk_resources_tool_XXXXXX";
-  Result result;
-  if (mkdtemp(dir) == nullptr) return result;
-  const std::string out = std::string(dir) + "/out", err = std::string(dir) + "/err";
-  std::vector<std::string> store = {VESK_TOOL_PATH};
-  store.insert(store.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& a : store) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  std::vector<std::string> env_store = {"LC_ALL=C.UTF-8", "LANGUAGE=en"};
+  std::vector<std::string> env = {"LC_ALL=C.UTF-8", "LANGUAGE=en"};
   for (char** e = environ; *e != nullptr; ++e) {
     const std::string entry = *e;
     if (entry.rfind("ASAN_", 0) == 0 || entry.rfind("UBSAN_", 0) == 0 || entry.rfind("PATH=", 0) == 0)
-      env_store.push_back(entry);
+      env.push_back(entry);
   }
-  std::vector<char*> envp;
-  for (std::string& e : env_store) envp.push_back(e.data());
-  envp.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  pid_t pid = 0;
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) == 0) {
-    int wstatus = 0;
-    waitpid(pid, &wstatus, 0);
-    result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  result.out = Slurp(out);
-  result.err = Slurp(err);
-  std::remove(out.c_str());
-  std::remove(err.c_str());
-  rmdir(dir);
-  return result;
+  return vesktest::RunTool(args, "", &env);
 }
 
 class ResourcesTool : public ::testing::Test {
