@@ -1,73 +1,15 @@
 // Runs the vesk tool's escape and unescape commands and checks what they print.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-extern char** environ;
+#include "tests/tool/tool_runner.h"
 
 namespace {
 
-struct ToolRun {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// Runs the tool with `args`, feeding `input` on standard input; arguments are
-// passed as they are, with no shell in between.
-ToolRun RunTool(const std::vector<std::string>& args, const std::string& input = "") {
-  char dir[] = "/tmp/vesk_tool_test_XXXXXX";
-  ToolRun run;
-  if (mkdtemp(dir) == nullptr) return run;
-  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out", err = std::string(dir) + "/err";
-  std::ofstream(in, std::ios::binary) << input;
-
-  std::vector<std::string> argv_store = {VESK_TOOL_PATH};
-  argv_store.insert(argv_store.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& a : argv_store) argv.push_back(a.data());
-  argv.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  pid_t pid = 0;
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
-    int wstatus = 0;
-    waitpid(pid, &wstatus, 0);
-    run.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  run.out = ReadAll(out);
-  run.err = ReadAll(err);
-  std::remove(in.c_str());
-  std::remove(out.c_str());
-  std::remove(err.c_str());
-  rmdir(dir);
-  return run;
-}
-
-#define REQUIRE_TOOL()                                                  \
-  if (std::string(VESK_TOOL_PATH).empty()) GTEST_SKIP() << "tool not built"
+using vesktest::RunTool;
+using vesktest::ToolRun;
 
 struct Row {
   std::vector<std::string> args;
