@@ -1,9 +1,5 @@
 // Runs the vesk tool's resolve, relative, relation and common commands as a
 // user would, and checks what they print.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -15,51 +11,14 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-extern char** environ;
+#include "tests/tool/tool_runner.h"
 
 namespace {
 
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
+using Result = vesktest::ToolRun;
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// The tool run with `args` (no shell in between) and `input` on stdin.
 Result Vesk(const std::vector<std::string>& args, const std::string& input = "") {
-  char dir[] = "/tmp/vesk_paths_tool_XXXXXX";
-  Result result;
-  if (mkdtemp(dir) == nullptr) return result;
-  const std::string in = std::string(dir) + "/in", out = std::string(dir) + "/out", err = std::string(dir) + "/err";
-  std::ofstream(in, std::ios::binary) << input;
-  std::vector<std::string> store = {VESK_TOOL_PATH};
-  store.insert(store.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& a : store) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  pid_t pid = 0;
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
-    int wstatus = 0;
-    waitpid(pid, &wstatus, 0);
-    result.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1;
-  }
-  posix_spawn_file_actions_destroy(&actions);
-  result.out = Slurp(out);
-  result.err = Slurp(err);
-  std::filesystem::remove_all(dir);
-  return result;
+  return vesktest::RunTool(args, input);
 }
 
 struct ToolCase {
