@@ -78,7 +78,9 @@ bool AllAlpha(const char* text, size_t size) {
 inline void SetRange(std::string& field, const char* begin, const char* end) {
   const size_t size = static_cast<size_t>(end - begin);
   if (size <= field.capacity()) {
-    field.assign(begin, size);
+    // Appending to an emptied string is the shortest road when it fits.
+    field.clear();
+    field.append(begin, size);
   } else {
     field = std::string(begin, end);
   }
