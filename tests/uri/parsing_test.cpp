@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -123,6 +124,24 @@ TEST(ParseURI, CutsComponents) {
       {"http://a/b?c\\d#e\\f", ABS, "http", "", "", "a", "", "/b", "", "c\\d", "e\\f"},
   };
   for (const Fields& row : rows) check(row);
+}
+
+TEST(ParseURI, LowerCasesSchemeAndServerOfAnyLength) {
+  const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ@[`{\xC3\x89Z09";
+  for (size_t n = 1; n <= upper.size(); ++n) {
+    const std::string part = upper.substr(0, n);
+    std::string lower = part;
+    for (char& c : lower) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    const std::string scheme = part.substr(0, std::min<size_t>(n, 26));
+    const URI uri{URI::StringProxy("X" + scheme + "://" + part + "/P")};
+    ASSERT_TRUE(uri.IsValidURI()) << n;
+    EXPECT_EQ(uri.m_Scheme, "x" + lower.substr(0, scheme.size())) << n;
+    const size_t at = part.find('@');
+    EXPECT_EQ(uri.m_Server, at == std::string::npos ? lower : lower.substr(at + 1)) << n;
+    EXPECT_EQ(uri.m_Path, "/P") << n;
+  }
 }
 
 TEST(ParseURI, NullAndEmbeddedBytes) {

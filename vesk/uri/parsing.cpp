@@ -96,6 +96,13 @@ void AssignLower(std::string& field, const char* text, size_t size) {
     const uint64_t v = LowerEight(Load8(o + i));
     std::memcpy(o + i, &v, 8);
   }
+  if (i < size && size >= 8) {
+    // The last eight bytes, overlapping what is done: lowering twice is
+    // harmless.
+    const uint64_t v = LowerEight(Load8(o + size - 8));
+    std::memcpy(o + size - 8, &v, 8);
+    return;
+  }
   for (; i < size; ++i) {
     const unsigned char c = static_cast<unsigned char>(o[i]);
     o[i] = static_cast<char>(c | ((static_cast<unsigned char>(c - 'A') < 26) << 5));
