@@ -64,8 +64,11 @@ bool AllAlpha(const char* text, size_t size) {
   for (size_t i = 0; i < size; ++i) {
     const char c = text[i];
     size_t place = std::string::npos;
-    if (c >= 'a' && c <= 'z') place = static_cast<size_t>(c - 'a');
-    if (c >= 'A' && c <= 'Z') place = static_cast<size_t>(c - 'A') + 26;
+    if (c >= 'a' && c <= 'z') {
+      place = static_cast<size_t>(c - 'a');
+    } else if (c >= 'A' && c <= 'Z') {
+      place = static_cast<size_t>(c - 'A') + 26;
+    }
     if (place < alpha.size() && alpha[place] == c) continue;
     if (alpha.find(c) == std::string::npos) return false;
   }
