@@ -20,24 +20,14 @@
 
 #include "vesk/uri/invariants.h"
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
+using veskfuzz::Require;
+using Vesk::uri_internal::SameState;
+
 using Vesk::URI;
-
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
-
-bool Same(const URI& a, const URI& b) {
-  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
-         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
-         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
-         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
-}
 
 // The state that SetPath leaves: flags derived from the fields.
 void RequireSetterState(const URI& uri) {
@@ -122,11 +112,11 @@ void CheckMove(const std::string& objectText, const std::string& reference, bool
   const std::string effective = escape ? std::string(URI::Escape(reference)) : reference;
   bool setterState = false;
   if (effective.empty()) {
-    Require(Same(moved, base), "an empty reference changed the object");
+    Require(SameState(moved, base), "an empty reference changed the object");
   } else if (effective.rfind("//", 0) == 0) {
     URI expected;
     expected.ParseURI(std::string(base.GetScheme()) + ":" + effective);
-    Require(Same(moved, expected), "a network-path reference did not parse the object anew");
+    Require(SameState(moved, expected), "a network-path reference did not parse the object anew");
   } else {
     URI target;
     target.ParseURI(effective[0] == '?' ? "./" + effective : effective);
@@ -134,7 +124,7 @@ void CheckMove(const std::string& objectText, const std::string& reference, bool
     std::vector<std::string> targetSegments;
     URI::SplitPath(targetPath, targetSegments);
     if (!target.m_IsRelative || !target.m_IsHierarchical) {
-      Require(Same(moved, target), "an absolute, opaque or bad reference did not replace the object");
+      Require(SameState(moved, target), "an absolute, opaque or bad reference did not replace the object");
     } else if (!targetPath.empty() && targetPath[0] == '/') {
       setterState = true;
       RequireAuthorityKept(moved, base);
@@ -144,7 +134,7 @@ void CheckMove(const std::string& objectText, const std::string& reference, bool
     } else if (targetSegments.empty() && target.m_Query.empty()) {
       URI expected(base);
       expected.m_Fragment = moved.m_Fragment;
-      Require(Same(moved, expected), "a fragment-only reference changed more than the fragment");
+      Require(SameState(moved, expected), "a fragment-only reference changed more than the fragment");
       Require(moved.GetFragment() == target.GetFragment(), "a fragment-only reference set another fragment");
     } else {
       setterState = true;
@@ -173,14 +163,14 @@ void CheckMove(const std::string& objectText, const std::string& reference, bool
     URI literal(moved);
     const bool literalResult = LiteralMakeRelative(literal, base, caseSensitive);
     const bool result = relative.MakeRelativeURI(base, caseSensitive);
-    Require(result == literalResult && Same(relative, literal), "MakeRelativeURI differs from its definition");
+    Require(result == literalResult && SameState(relative, literal), "MakeRelativeURI differs from its definition");
     if (!result) {
-      Require(Same(relative, moved), "a refused MakeRelativeURI changed the object");
+      Require(SameState(relative, moved), "a refused MakeRelativeURI changed the object");
       continue;
     }
     Require(relative.m_IsRelative, "MakeRelativeURI returned true on a URI that is not relative");
     if (moved.m_IsRelative) {
-      Require(Same(relative, moved), "MakeRelativeURI changed a relative URI");
+      Require(SameState(relative, moved), "MakeRelativeURI changed a relative URI");
       continue;
     }
     Require(relative.m_Scheme.empty() && relative.m_Server.empty() && relative.m_Port.empty(),
@@ -234,10 +224,10 @@ void CheckRelation(const std::string& a, const std::string& b) {
   const URI second(b);
   for (const bool caseSensitive : {true, false}) {
     const URI parent = URI::GetCommonParentByString(a, b, caseSensitive);
-    Require(Same(parent, LiteralCommonParent(first, second, caseSensitive)),
+    Require(SameState(parent, LiteralCommonParent(first, second, caseSensitive)),
             "GetCommonParent differs from its step-by-step definition");
     if (first.m_IsRelative || second.m_IsRelative) {
-      Require(Same(parent, URI()), "common parent of a relative URI is not blank");
+      Require(SameState(parent, URI()), "common parent of a relative URI is not blank");
       continue;
     }
     Require(parent.m_IsHierarchical && parent.m_Query.empty() && parent.m_Fragment.empty(),

@@ -9,18 +9,14 @@
 
 #include "vesk/uri/invariants.h"
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
+using veskfuzz::Require;
+
 const char* const kCharsets[] = {"iso-8859-1",  "shift_jis",    "utf-8",          "euc-jp",
                                  "iso-2022-jp", "windows-1252", "no-such-charset"};
-
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
 
 std::string Fields(const Vesk::URI& uri) {
   std::string all;

@@ -12,17 +12,13 @@
 #include <string>
 
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
-using Vesk::URI;
+using veskfuzz::Require;
 
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
+using Vesk::URI;
 
 bool HasRawMember(const std::string& text, const std::string& members) {
   for (const char c : text) {

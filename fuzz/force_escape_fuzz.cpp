@@ -19,24 +19,14 @@
 
 #include "vesk/uri/invariants.h"
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
+using veskfuzz::Require;
+using Vesk::uri_internal::SameState;
+
 using Vesk::URI;
-
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
-
-bool Same(const URI& a, const URI& b) {
-  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
-         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
-         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
-         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
-}
 
 }  // namespace
 
@@ -59,9 +49,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (serverChangesAgain) {
     URI withOldServer(uri);
     withOldServer.m_Server = once.m_Server;
-    Require(Same(withOldServer, once), "ForceEscape twice equals once, but for the server");
+    Require(SameState(withOldServer, once), "ForceEscape twice equals once, but for the server");
   } else {
-    Require(Same(uri, once), "ForceEscape twice equals once");
+    Require(SameState(uri, once), "ForceEscape twice equals once");
   }
 
   if (hierarchical) {

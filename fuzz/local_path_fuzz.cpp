@@ -9,17 +9,13 @@
 
 #include "vesk/platform/colon_paths"
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
-using Vesk::URI;
+using veskfuzz::Require;
 
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
+using Vesk::URI;
 
 std::string Replaced(std::string text, char from, char to) {
   for (char& c : text)

@@ -9,17 +9,13 @@
 #include <string>
 
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
-using Map = std::map<std::string, std::string>;
+using veskfuzz::Require;
 
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
+using Map = std::map<std::string, std::string>;
 
 }  // namespace
 

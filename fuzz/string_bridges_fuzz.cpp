@@ -14,17 +14,13 @@
 #include "vesk/platform/locale_facts"
 #include "vesk/string/cstring"
 #include "vesk/string/cstring_check.h"
+#include "fuzz/fuzz_support.h"
 
 namespace P = Vesk::Platform;
 
 namespace {
 
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
+using veskfuzz::Require;
 
 void Sound(const CString& s, const char* what) { Require(Vesk::CheckCString(s).empty(), what); }
 

@@ -7,26 +7,16 @@
 #include <cstdlib>
 #include <string>
 
+#include "vesk/uri/invariants.h"
 #include "vesk/uri/uri"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
+using veskfuzz::Require;
+using Vesk::uri_internal::SameState;
+
 using Vesk::URI;
-
-void Require(bool condition, const char* what) {
-  if (!condition) {
-    std::fprintf(stderr, "property violated: %s\n", what);
-    std::abort();
-  }
-}
-
-bool SameState(const URI& a, const URI& b) {
-  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port &&
-         a.m_Path == b.m_Path && a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment &&
-         a.m_Username == b.m_Username && a.m_Password == b.m_Password &&
-         a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
-         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
-}
 
 // What every setter leaves: a hierarchical URI has no body, a non-hierarchical
 // one no server, port, path or user information.

@@ -41,6 +41,14 @@ inline std::string URIShapeError(const URI& uri) {
   return std::string();
 }
 
+// Whether two URIs hold the same nine fields and three flags.
+inline bool SameState(const URI& a, const URI& b) {
+  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port && a.m_Path == b.m_Path &&
+         a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment && a.m_Username == b.m_Username &&
+         a.m_Password == b.m_Password && a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
+         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
+}
+
 }  // namespace uri_internal
 }  // namespace Vesk
 

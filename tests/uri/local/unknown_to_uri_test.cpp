@@ -1,4 +1,5 @@
 #include "vesk/uri/uri"
+#include "vesk/uri/invariants.h"
 
 #include <string>
 
@@ -42,13 +43,7 @@ struct Row {
   const char* defaultScheme = "http";
 };
 
-bool SameState(const URI& a, const URI& b) {
-  return a.m_Scheme == b.m_Scheme && a.m_Server == b.m_Server && a.m_Port == b.m_Port &&
-         a.m_Path == b.m_Path && a.m_Query == b.m_Query && a.m_Fragment == b.m_Fragment &&
-         a.m_Username == b.m_Username && a.m_Password == b.m_Password &&
-         a.m_NonHierarchical == b.m_NonHierarchical && a.m_IsValid == b.m_IsValid &&
-         a.m_IsRelative == b.m_IsRelative && a.m_IsHierarchical == b.m_IsHierarchical;
-}
+using Vesk::uri_internal::SameState;
 
 // Runs the guess on a fresh object and on one that already held a URI; both
 // must end alike, except where the object is to stay unchanged.
