@@ -4,26 +4,14 @@
 
 #include <string>
 
+#include "tests/platform/encoding_names.h"
 #include "vesk/platform/text_conversion"
 
 namespace {
 
 using namespace Vesk::Platform;
-
-std::string InternetName(TextEncoding id) {
-  unsigned char name[256];
-  TextEncodingInternetName(id, name);
-  return std::string(reinterpret_cast<const char*>(name + 1), name[0]);
-}
-
-TextEncoding IdOf(const std::string& name) {
-  unsigned char pascal[256];
-  pascal[0] = static_cast<unsigned char>(name.size());
-  name.copy(reinterpret_cast<char*>(pascal + 1), name.size());
-  TextEncoding id = 0;
-  TextEncodingFromInternetName(&id, pascal);
-  return id;
-}
+using vesktest::IdOf;
+using vesktest::InternetName;
 
 class LocaleFacts : public ::testing::Test {
  protected:

@@ -6,24 +6,13 @@
 #include <cstring>
 #include <string>
 
+#include "tests/platform/encoding_names.h"
+
 namespace {
 
 using namespace Vesk::Platform;
-
-TextEncoding IdOf(const std::string& name) {
-  unsigned char pascal[256];
-  pascal[0] = static_cast<unsigned char>(name.size());
-  name.copy(reinterpret_cast<char*>(pascal + 1), name.size());
-  TextEncoding id = 0;
-  TextEncodingFromInternetName(&id, pascal);
-  return id;
-}
-
-std::string InternetName(TextEncoding id) {
-  unsigned char name[256];
-  TextEncodingInternetName(id, name);
-  return std::string(reinterpret_cast<const char*>(name + 1), name[0]);
-}
+using vesktest::IdOf;
+using vesktest::InternetName;
 
 const TextEncoding kUTF16 = UnicodeTextEncoding(256, 0, kUTF16Format);
 

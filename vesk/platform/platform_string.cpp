@@ -96,9 +96,13 @@ std::string AsciiPrefix(const __CFString* s) {
   return out;
 }
 
-size_t SkipSpace(const std::string& text) {
+// Where the digits of a number begin: past leading white space and one sign,
+// which `negative` reports.
+size_t NumberStart(const std::string& text, bool& negative) {
   size_t i = 0;
   while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r'))) ++i;
+  negative = false;
+  if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
   return i;
 }
 
@@ -233,9 +237,8 @@ int StringIntValue(CFStringRef string) {
   const __CFString* s = AsString(string);
   if (s == nullptr) return 0;
   const std::string text = AsciiPrefix(s);
-  size_t i = SkipSpace(text);
   bool negative = false;
-  if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+  size_t i = NumberStart(text, negative);
   long long value = 0;
   for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
     value = value * 10 + (text[i] - '0');
@@ -250,9 +253,8 @@ double StringDoubleValue(CFStringRef string) {
   const __CFString* s = AsString(string);
   if (s == nullptr) return 0.0;
   const std::string text = AsciiPrefix(s);
-  size_t i = SkipSpace(text);
   bool negative = false;
-  if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+  size_t i = NumberStart(text, negative);
   // Only plain decimal forms: no "inf", "nan" or hexadecimal numbers.
   if (i >= text.size() || !((text[i] >= '0' && text[i] <= '9') || text[i] == '.')) return 0.0;
   if (text[i] == '.' && (i + 1 >= text.size() || text[i + 1] < '0' || text[i + 1] > '9')) return 0.0;
