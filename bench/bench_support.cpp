@@ -1,84 +1,48 @@
 #include "bench/bench_support.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <map>
 #include <sstream>
 
 namespace veskbench {
-namespace {
 
 std::string DataPath(const std::string& relative_path) {
   return std::string(VESK_DATA_DIR) + "/" + relative_path;
 }
 
-struct Sample {
-  double ns_per_iteration = 0;
-  bool present = false;
-};
+namespace {
 
-// (operation, input) -> library -> time per iteration.
-using Table = std::map<std::pair<std::string, std::string>, std::map<std::string, Sample>>;
-
-// Prints as the console reporter does, and keeps each run's time for the
-// ratio table printed at the end.
-class RatioReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    benchmark::ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-      std::vector<std::string> parts;
-      std::stringstream name(run.benchmark_name());
-      std::string part;
-      while (std::getline(name, part, '/')) parts.push_back(part);
-      if (parts.size() < 3) continue;
-      Sample& s = table_[{parts[0], parts[2]}][parts[1]];
-      s.ns_per_iteration = run.GetAdjustedRealTime() * TimeUnitToNs(run.time_unit);
-      s.present = true;
-    }
+double TimeUnitToNs(benchmark::TimeUnit unit) {
+  switch (unit) {
+    case benchmark::kNanosecond: return 1;
+    case benchmark::kMicrosecond: return 1e3;
+    case benchmark::kMillisecond: return 1e6;
+    case benchmark::kSecond: return 1e9;
   }
+  return 1;
+}
 
-  void Finalize() override {
-    benchmark::ConsoleReporter::Finalize();
-    if (table_.empty()) return;
-    std::printf("\n%-26s %-26s %-10s %12s %12s %8s\n", "operation", "input", "peer", "vesk ns", "peer ns",
-                "ratio");
-    for (const auto& [key, libs] : table_) {
-      auto ours = libs.find("vesk");
-      if (ours == libs.end()) continue;
-      for (const auto& [lib, sample] : libs) {
-        if (lib == "vesk" || !sample.present || sample.ns_per_iteration <= 0) continue;
-        std::printf("%-26s %-26s %-10s %12.1f %12.1f %8.2f\n", key.first.c_str(), key.second.c_str(),
-                    lib.c_str(), ours->second.ns_per_iteration, sample.ns_per_iteration,
-                    ours->second.ns_per_iteration / sample.ns_per_iteration);
-      }
-    }
-    std::printf("(ratio = vesk time / peer time; below 1 means vesk is faster)\n");
-  }
-
- private:
-  static double TimeUnitToNs(benchmark::TimeUnit unit) {
-    switch (unit) {
-      case benchmark::kNanosecond: return 1;
-      case benchmark::kMicrosecond: return 1e3;
-      case benchmark::kMillisecond: return 1e6;
-      case benchmark::kSecond: return 1e9;
-    }
-    return 1;
-  }
-  Table table_;
-};
+[[noreturn]] void Missing(const std::string& relative_path) {
+  std::fprintf(stderr, "missing data file %s\n", DataPath(relative_path).c_str());
+  std::abort();
+}
 
 }  // namespace
 
+bool ReadDataFile(const std::string& relative_path, std::string& contents) {
+  std::ifstream in(DataPath(relative_path), std::ios::binary);
+  if (!in) return false;
+  std::ostringstream out;
+  out << in.rdbuf();
+  contents = out.str();
+  return true;
+}
+
 std::vector<std::string> DataLines(const std::string& relative_path) {
   std::ifstream in(DataPath(relative_path), std::ios::binary);
-  if (!in) {
-    std::fprintf(stderr, "missing data file %s\n", DataPath(relative_path).c_str());
-    std::abort();
-  }
+  if (!in) Missing(relative_path);
   std::vector<std::string> lines;
   std::string line;
   while (std::getline(in, line)) {
@@ -89,27 +53,86 @@ std::vector<std::string> DataLines(const std::string& relative_path) {
 }
 
 std::string DataFile(const std::string& relative_path) {
-  std::ifstream in(DataPath(relative_path), std::ios::binary);
-  if (!in) {
-    std::fprintf(stderr, "missing data file %s\n", DataPath(relative_path).c_str());
-    std::abort();
-  }
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
+  std::string contents;
+  if (!ReadDataFile(relative_path, contents)) Missing(relative_path);
+  return contents;
 }
 
 std::vector<std::string> UrlCorpora() {
   return {"isaacs_files.txt", "kasztp.txt", "node_files.txt", "userbait.txt"};
 }
 
-}  // namespace veskbench
+void SetItems(benchmark::State& state, size_t items) {
+  state.counters["items"] = benchmark::Counter(static_cast<double>(items));
+}
 
-int main(int argc, char** argv) {
+void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
+  benchmark::ConsoleReporter::ReportRuns(runs);
+  for (const Run& run : runs) {
+    if (run.error_occurred) continue;
+    const bool median = run.run_type == Run::RT_Aggregate;
+    if (median && run.aggregate_name != "median") continue;
+    std::vector<std::string> parts;
+    std::stringstream name(run.run_name.str());
+    for (std::string part; std::getline(name, part, '/');) parts.push_back(part);
+    if (parts.size() <= impl_part_) continue;
+    const std::string impl = parts[impl_part_];
+    parts.erase(parts.begin() + static_cast<std::ptrdiff_t>(impl_part_));
+    std::string key;
+    for (const std::string& part : parts) key += (key.empty() ? "" : "/") + part;
+
+    double ns = run.GetAdjustedCPUTime() * TimeUnitToNs(run.time_unit);
+    const auto items = run.counters.find("items");
+    if (items != run.counters.end() && items->second.value > 0) ns /= items->second.value;
+
+    auto& row = table_[key];
+    if (row.empty()) order_.push_back(key);
+    auto it = std::find_if(row.begin(), row.end(), [&](const auto& entry) { return entry.first == impl; });
+    if (it == row.end()) {
+      row.push_back({impl, Sample{ns, median}});
+    } else if (median || !it->second.median) {
+      it->second = Sample{ns, median};
+    }
+  }
+}
+
+void SummaryReporter::Finalize() {
+  benchmark::ConsoleReporter::Finalize();
+  if (order_.empty()) return;
+  std::printf("\nCPU time per item in ns (medians where repeated); ratio = vesk / fastest peer, below 1 vesk leads\n");
+  size_t width = 0;
+  for (const std::string& key : order_) width = std::max(width, key.size());
+  for (const std::string& key : order_) {
+    const auto& row = table_[key];
+    const Sample* ours = nullptr;
+    const std::pair<std::string, Sample>* fastest = nullptr;
+    std::string peers;
+    for (const auto& entry : row) {
+      if (entry.first == "vesk") {
+        ours = &entry.second;
+        continue;
+      }
+      char cell[96];
+      std::snprintf(cell, sizeof cell, "  %s %.1f", entry.first.c_str(), entry.second.ns);
+      peers += cell;
+      if (fastest == nullptr || entry.second.ns < fastest->second.ns) fastest = &entry;
+    }
+    std::printf("%-*s  vesk %9.1f |%s", static_cast<int>(width), key.c_str(), ours ? ours->ns : 0.0,
+                peers.c_str());
+    if (ours != nullptr && fastest != nullptr && fastest->second.ns > 0) {
+      std::printf("  | ratio %.2f (%s)", ours->ns / fastest->second.ns, fastest->first.c_str());
+    }
+    std::printf("\n");
+  }
+}
+
+int RunBenchmarks(int argc, char** argv, size_t impl_part) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  veskbench::RatioReporter reporter;
+  SummaryReporter reporter(impl_part);
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return 0;
 }
+
+}  // namespace veskbench

@@ -1,7 +1,9 @@
 #ifndef VESK_BENCH_BENCH_SUPPORT_H_
 #define VESK_BENCH_BENCH_SUPPORT_H_
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -12,15 +14,47 @@ namespace veskbench {
 // without line endings and without empty lines. Aborts when it is missing.
 std::vector<std::string> DataLines(const std::string& relative_path);
 
-// The whole of a file under the shared data folder.
+// The whole of a file under the shared data folder. Aborts when it is missing.
 std::string DataFile(const std::string& relative_path);
+
+// Where a file under the shared data folder is.
+std::string DataPath(const std::string& relative_path);
+
+// The whole of a file under the shared data folder into `contents`; false
+// when it cannot be read.
+bool ReadDataFile(const std::string& relative_path, std::string& contents);
 
 // The corpora of urls/, by file name.
 std::vector<std::string> UrlCorpora();
 
-// Benchmarks are named "<operation>/<library>/<input>" (library "vesk" for
-// ours). The shared main() runs them all and then prints, for every operation
-// and input, the ratio of our time to each peer's.
+// Records how many items one iteration handles, so that the summary gives the
+// time per item.
+void SetItems(benchmark::State& state, size_t items);
+
+// Prints as the console reporter does and, at the end, one summary line per
+// operation and input: our time ("vesk"), each peer's, and the ratio of ours
+// to the fastest peer's. Names are '/'-separated; `impl_part` is the index of
+// the part naming the implementation, the other parts name the operation and
+// input. With repetitions the median is used.
+class SummaryReporter : public benchmark::ConsoleReporter {
+ public:
+  explicit SummaryReporter(size_t impl_part) : impl_part_(impl_part) {}
+  void ReportRuns(const std::vector<Run>& runs) override;
+  void Finalize() override;
+
+ private:
+  struct Sample {
+    double ns = 0;
+    bool median = false;
+  };
+  size_t impl_part_;
+  // Operation and input, in the order first seen, then implementation.
+  std::vector<std::string> order_;
+  std::map<std::string, std::vector<std::pair<std::string, Sample>>> table_;
+};
+
+// Runs every benchmark given on the command line through a SummaryReporter.
+int RunBenchmarks(int argc, char** argv, size_t impl_part);
 
 }  // namespace veskbench
 
