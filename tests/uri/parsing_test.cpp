@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <memory>
 #include <string>
 
@@ -294,41 +293,6 @@ TEST(ParseURI, LongInputsAreLinear) {
   const std::string marks(4 << 20, '?');
   URI c{URI::StringProxy(marks)};
   EXPECT_EQ(c.m_Path.size(), (4u << 20) - 1);
-}
-
-// Every line of the URL corpora: one of the four shapes; a valid URI writes
-// back its own line, case aside, but for an empty query or fragment at the
-// end; an invalid one has a reason the parser knows.
-TEST(ParseURI, CorpusLines) {
-  for (const char* file : {"isaacs_files.txt", "kasztp.txt", "node_files.txt", "userbait.txt"}) {
-    std::ifstream in(std::string(VESK_DATA_DIR) + "/urls/" + file, std::ios::binary);
-    ASSERT_TRUE(in) << file;
-    std::string line;
-    int lines = 0;
-    while (std::getline(in, line)) {
-      if (line.empty()) continue;
-      ++lines;
-      const URI uri(line.c_str());
-      ASSERT_EQ(Vesk::uri_internal::URIShapeError(uri), "") << line;
-      if (!uri.IsValidURI()) {
-        const size_t colon = line.find(':');
-        const std::string scheme = colon < line.find('/') ? line.substr(0, colon) : std::string();
-        const bool badScheme = colon < line.find('/') && (scheme.size() < 2 || !URI::VerifyAlpha(scheme));
-        EXPECT_TRUE(badScheme || line.find('\\') != std::string::npos) << line;
-        continue;
-      }
-      // Without a server, a scheme other than "file" loses its "//".
-      if (uri.IsHierarchical() && !uri.IsRelative() && uri.m_Server.empty() && !uri.IsOfType("file")) continue;
-      std::string expected = line;
-      const std::string text = uri.ToString(false);
-      while (URI::Compare(text, expected, false) != 0 && !expected.empty() &&
-             (expected.back() == '?' || expected.back() == '#')) {
-        expected.pop_back();
-      }
-      EXPECT_EQ(URI::Compare(text, expected, false), 0) << line;
-    }
-    EXPECT_GT(lines, 1000) << file;
-  }
 }
 
 }  // namespace

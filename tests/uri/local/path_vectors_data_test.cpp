@@ -1,5 +1,5 @@
 // Real-world path-like inputs (file URLs, drive letters, backslashes, UNC
-// forms) from the shared data folder, through the guess and the conversions.
+// forms) from the data folder, through the guess and the conversions.
 // The vectors' own expectations follow another standard, so only this
 // library's promises are checked here.
 #include "vesk/uri/uri"
@@ -11,24 +11,20 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/data.h"
+
 namespace {
 
 using Vesk::URI;
 
-std::vector<std::string> Inputs() {
-  std::ifstream in(std::string(VESK_DATA_DIR) + "/derived/wpt-file-and-windows-paths.json");
+TEST(LocalPathVectors, GuessAndConversionsKeepTheirPromises) {
+  VESK_DATA_FILE_OR_SKIP(path, "derived/wpt-file-and-windows-paths.json");
+  std::ifstream in(path);
   std::vector<std::string> inputs;
-  if (!in) return inputs;
-  const nlohmann::json cases = nlohmann::json::parse(in);
-  for (const auto& entry : cases) {
+  for (const auto& entry : nlohmann::json::parse(in)) {
     if (entry.is_object() && entry.contains("input")) inputs.push_back(entry["input"].get<std::string>());
   }
-  return inputs;
-}
-
-TEST(LocalPathVectors, GuessAndConversionsKeepTheirPromises) {
-  const std::vector<std::string> inputs = Inputs();
-  if (inputs.empty()) GTEST_SKIP() << "vectors not found under " << VESK_DATA_DIR;
+  ASSERT_GT(inputs.size(), 100u);
   for (const std::string& text : inputs) {
     SCOPED_TRACE("input \"" + text + "\"");
     URI first;

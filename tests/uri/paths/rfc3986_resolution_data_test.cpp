@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/support/data.h"
+
 namespace {
 
 using Vesk::URI;
@@ -35,15 +37,10 @@ const OurResult kWhereWeDiffer[] = {
     {"f:/a", ".//g", "g"},
 };
 
-nlohmann::json Vectors() {
-  const std::string path = std::string(VESK_DATA_DIR) + "/rfc3986/resolution-5.4.json";
-  std::ifstream in(path);
-  EXPECT_TRUE(in.good()) << "cannot read " << path;
-  return in.good() ? nlohmann::json::parse(in) : nlohmann::json::object();
-}
-
 TEST(MakeAbsoluteURI, ReferenceResolutionExamples) {
-  const nlohmann::json vectors = Vectors();
+  VESK_DATA_FILE_OR_SKIP(path, "rfc3986/resolution-5.4.json");
+  std::ifstream in(path);
+  const nlohmann::json vectors = nlohmann::json::parse(in);
   ASSERT_TRUE(vectors.contains("base"));
   std::map<std::pair<std::string, std::string>, std::string> ours;
   for (const OurResult& row : kWhereWeDiffer) ours[{row.base, row.reference}] = row.result;
