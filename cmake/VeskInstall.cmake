@@ -3,6 +3,7 @@ include(CMakePackageConfigHelpers)
 # Public headers are the extensionless files below vesk/; internal headers end in .h.
 install(DIRECTORY vesk/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vesk
         FILES_MATCHING REGEX "/[^./]+$")
+install(FILES ${VESK_GENERATED_INCLUDE_DIR}/vesk/version DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vesk)
 set(vesk_export_targets vesk tiwa vesk_flags)
 if(NOT BUILD_SHARED_LIBS)
   # A static libvesk carries its subsystem archives as link dependencies.

@@ -1,5 +1,7 @@
-// The shared library's own translation unit: everything else comes from the
-// subsystem archives linked in whole.
-#include "vesk/export"
+// The shared library's own translation unit: the version query. Everything
+// else comes from the subsystem objects.
+#include "vesk/version"
 
-extern "C" VESK_EXPORT const char* vesk_version() { return "1.0.0"; }
+const char* vesk_version(void) { return VESK_VERSION_STRING; }
+
+int vesk_version_number(void) { return VESK_VERSION; }

@@ -1,10 +1,24 @@
-// A program outside the tree, built against the installed package.
+// A program outside the tree: it runs with the library its headers describe,
+// and reaches the URI class, CString and the transcoder through it.
 #include <cstdio>
 #include <cstring>
 
-extern "C" const char* vesk_version();
+#include "vesk/encoding/transcoder"
+#include "vesk/string/cstring"
+#include "vesk/uri/uri"
+#include "vesk/version"
 
 int main() {
-  std::printf("vesk %s\n", vesk_version());
-  return std::strcmp(vesk_version(), "1.0.0") == 0 ? 0 : 1;
+  Vesk::URI page("http://example.com/a/b/page.html");
+  page.SetQuery("q=1", false);
+  Vesk::URI image("http://example.com/a/c/x.png");
+  image.MakeRelativeURI(page, false);
+  const std::string relative = image.ToStringUTF8();
+  const std::string latin1 = Vesk::Transcoder::UTF8ToEncoding("caf\xc3\xa9", "iso-8859-1");
+  const CString wide(Vesk::Transcoder::asUTF16("caf\xc3\xa9").c_str());
+  std::printf("vesk %s: %s %s\n", vesk_version(), page.ToStringUTF8().c_str(), relative.c_str());
+  const bool ok = std::strcmp(vesk_version(), VESK_VERSION_STRING) == 0 && vesk_version_number() == VESK_VERSION &&
+                  page.ToStringUTF8() == "http://example.com/a/b/page.html?q=1" && relative == "../c/x.png" &&
+                  latin1 == "caf\xe9" && wide.GetLength() == 4;
+  return ok ? 0 : 1;
 }
