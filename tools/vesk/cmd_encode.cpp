@@ -1,8 +1,6 @@
 // vesk encode: a URI written in a legacy charset, as raw bytes.
-#include <iostream>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "tools/vesk/command.h"
 #include "vesk/uri/uri"
@@ -10,9 +8,8 @@
 namespace {
 
 struct EncodeOptions {
-  std::vector<std::string> uris;
+  vesktool::ItemOptions items;
   std::string charset;
-  bool json = false;
 };
 
 std::string Hex(const std::string& bytes) {
@@ -26,39 +23,37 @@ std::string Hex(const std::string& bytes) {
 }
 
 void Run(const EncodeOptions& opt) {
-  for (const auto& text : vesktool::ItemsOrStdin(opt.uris)) {
+  if (!vesktool::KnownEncoding(opt.charset)) throw vesktool::UsageError("unknown charset '" + opt.charset + "'");
+  vesktool::ItemRun run("encode", opt.items);
+  run.Each([&](const std::string& text) {
     Vesk::URI uri(text);
-    if (!uri.IsValidURI()) {
-      vesktool::ReportBadInput("encode", text, "not a valid URI");
-      continue;
-    }
-    const std::string encoded = uri.ToEncodedString(opt.charset);
-    if (encoded.empty() && !uri.ToString(false).empty()) {
-      vesktool::ReportBadInput("encode", text, "cannot be written in charset '" + opt.charset + "'");
-      continue;
-    }
-    if (opt.json) {
-      vesktool::PrintJson({{"uri", vesktool::JsonText(text)},
-                           {"charset", vesktool::JsonText(opt.charset)},
-                           {"hex", Hex(encoded)}});
-    } else {
-      std::cout.write(encoded.data(), static_cast<std::streamsize>(encoded.size()));
-      std::cout << '\n';
-    }
-  }
+    if (!uri.IsValidURI()) return run.Bad(text, "not a valid URI");
+    // The library writes what it converted up to a character the charset
+    // lacks (and more); converting back tells where that is.
+    const std::string decoded = uri.ToStringUTF8();
+    std::string encoded;
+    const long long stop = vesktool::StopInEncoding(decoded, opt.charset, encoded);
+    if (stop >= 0)
+      return run.Bad(text, "cannot be written in " + opt.charset + " from byte " + std::to_string(stop) + " of '" +
+                               decoded + "'");
+    if (run.json()) return run.Good({{"input", text}, {"charset", opt.charset}, {"hex", Hex(encoded)}});
+    vesktool::WriteText(encoded + '\n');
+  });
 }
 
 const vesktool::CommandRegistrar reg("encode", [](CLI::App& app) {
   auto opt = std::make_shared<EncodeOptions>();
   CLI::App* sub = app.add_subcommand(
       "encode",
-      "Each URI written in a legacy charset: escapes of non-ASCII bytes decoded and the text converted, "
-      "printed as raw bytes, one URI per line");
-  sub->add_option("uri", opt->uris, "URIs (escaped UTF-8 form); none: one per line on standard input");
+      "Each URI written in a legacy charset: escapes of non-ASCII bytes decoded and the text converted, printed "
+      "as raw bytes, one URI per line. A URI with a character the charset cannot hold is bad input, reported with "
+      "the byte (of the URI with those escapes decoded) where the conversion stops.");
+  vesktool::AddItemOptions(sub, opt->items, vesktool::ItemKind::kUri, "URIs (escaped UTF-8 form)",
+                           "input, charset, hex (the bytes in hexadecimal), valid");
   sub->add_option("--charset", opt->charset, "Internet charset name, e.g. shift_jis or iso-8859-1")
+      ->type_name("NAME")
       ->required();
-  sub->add_flag("--json", opt->json, "One JSON object per URI, the bytes in hexadecimal");
-  sub->callback([opt]() { Run(*opt); });
+  sub->callback([opt] { Run(*opt); });
 });
 
 }  // namespace

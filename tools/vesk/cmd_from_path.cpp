@@ -1,5 +1,4 @@
 // vesk from-path: local paths of three notations to file URIs.
-#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -11,18 +10,18 @@
 namespace {
 
 struct FromPathOptions {
-  std::vector<std::string> paths;
+  vesktool::ItemOptions items;
   bool win = false;
   bool slash = false;
   bool mac = false;
-  bool json = false;
 };
 
 void RunFromPath(const FromPathOptions& options) {
-  for (const std::string& path : vesktool::ItemsOrStdin(options.paths)) {
-    // Notation name and URI text, in the order win, unix, mac; the library's
-    // own notation when none was asked for.
-    std::vector<std::pair<const char*, std::string>> uris;
+  vesktool::ItemRun run("from-path", options.items);
+  run.Each([&](const std::string& path) {
+    // One column per notation, in the order win, unix, mac; the library's own
+    // notation when none was asked for.
+    std::vector<std::pair<std::string, vesktool::Json>> uris;
     Vesk::URI uri;
     if (options.win) {
       uri.LocalPathToURIWin(path);
@@ -40,15 +39,8 @@ void RunFromPath(const FromPathOptions& options) {
       uri.LocalPathToURI(path);
       uris.emplace_back("uri", uri.ToString(false));
     }
-    if (options.json) {
-      nlohmann::json out = {{"path", vesktool::JsonText(path)}};
-      for (const auto& [name, text] : uris) out[name] = vesktool::JsonText(text);
-      vesktool::PrintJson(out);
-    } else {
-      for (size_t i = 0; i < uris.size(); ++i) std::cout << (i ? "\t" : "") << uris[i].second;
-      std::cout << '\n';
-    }
-  }
+    run.Result({{"input", path}}, uris);
+  });
 }
 
 const vesktool::CommandRegistrar reg("from-path", [](CLI::App& app) {
@@ -58,11 +50,11 @@ const vesktool::CommandRegistrar reg("from-path", [](CLI::App& app) {
       "The file URI of each local path, read as a Windows path (--win), a Unix path (--unix) or a colon path "
       "(--mac); several notations give tab-separated columns in that order. Without any, the library's own "
       "notation is used, which reads colon paths and passes slash paths through.");
-  cmd->add_option("path", options->paths, "Paths; with none, one per line of standard input");
+  vesktool::AddItemOptions(cmd, options->items, vesktool::ItemKind::kText, "Paths",
+                           "input, one key per notation (win, unix, mac, or uri), valid");
   cmd->add_flag("--win", options->win, "Read Windows paths (drive letters, backslashes, \\\\server\\share)");
   cmd->add_flag("--unix", options->slash, "Read Unix paths");
   cmd->add_flag("--mac", options->mac, "Read colon paths (Volume:dir:file)");
-  cmd->add_flag("--json", options->json, "One JSON object per item: path and one key per notation (or uri)");
   cmd->callback([options] { RunFromPath(*options); });
 });
 

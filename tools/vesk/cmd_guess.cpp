@@ -1,8 +1,6 @@
 // vesk guess: typed text of unknown kind to the URI it most likely means.
-#include <iostream>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "tools/vesk/command.h"
 #include "vesk/uri/uri"
@@ -10,40 +8,30 @@
 namespace {
 
 struct GuessOptions {
-  std::vector<std::string> texts;
+  vesktool::ItemOptions items;
   std::string defaultScheme = "http";
-  bool json = false;
 };
 
 void RunGuess(const GuessOptions& options) {
-  for (const std::string& text : vesktool::ItemsOrStdin(options.texts)) {
+  vesktool::ItemRun run("guess", options.items);
+  run.Each([&](const std::string& text) {
     Vesk::URI uri;
     const bool found = uri.UnknownToURI(text, options.defaultScheme);
-    const std::string result = uri.ToString(false);
-    if (options.json) {
-      vesktool::PrintJson({{"input", vesktool::JsonText(text)},
-                           {"result", found},
-                           {"uri", vesktool::JsonText(result)},
-                           {"valid", uri.IsValidURI()},
-                           {"relative", uri.IsRelative()}});
-    } else {
-      std::cout << (found ? "true" : "false") << '\t' << result << '\n';
-    }
-  }
+    run.Result({{"input", text}, {"relative", uri.IsRelative()}}, {{"found", found}, {"uri", uri.ToString(false)}});
+  });
 }
 
-vesktool::CommandRegistrar reg("guess", [](CLI::App& app) {
+const vesktool::CommandRegistrar reg("guess", [](CLI::App& app) {
   auto options = std::make_shared<GuessOptions>();
   CLI::App* cmd = app.add_subcommand(
       "guess",
       "Turn typed text (a URI, a host name, a Windows, UNC, Unix or colon path) into the URI it most likely "
       "means. Prints, per item, true or false (whether a meaning was found), a tab, and the object's text "
-      "as stored (\"unknown:\" for an untouched object). false is an answer, not an error: the exit "
-      "status stays 0.");
-  cmd->add_option("text", options->texts, "Texts to guess from; with none, one per line of standard input");
+      "as stored (\"unknown:\" for an untouched object). false is an answer, not bad input.");
+  vesktool::AddItemOptions(cmd, options->items, vesktool::ItemKind::kText, "Texts to guess from",
+                           "input, relative, found, uri, valid (always true)");
   cmd->add_option("--default-scheme", options->defaultScheme, "Scheme put in front of a bare host name")
       ->capture_default_str();
-  cmd->add_flag("--json", options->json, "One JSON object per item: input, result, uri, valid, relative");
   cmd->callback([options] { RunGuess(*options); });
 });
 

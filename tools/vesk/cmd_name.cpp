@@ -1,7 +1,7 @@
 // vesk name: file name, extension and last path component of a URI.
-#include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/vesk/command.h"
@@ -10,37 +10,21 @@
 namespace {
 
 struct NameOptions {
-  std::vector<std::string> uris;
+  vesktool::ItemOptions items;
   std::string type;
-  bool json = false;
 };
 
 void RunName(const NameOptions& options) {
-  for (const std::string& text : vesktool::ItemsOrStdin(options.uris)) {
+  vesktool::ItemRun run("name", options.items);
+  run.Each([&](const std::string& text) {
     const Vesk::URI uri(text);
-    if (!uri.IsValidURI()) {
-      vesktool::ReportBadInput("name", text, "not a valid URI");
-      continue;
-    }
-    const std::string filename = uri.GetFilename(false);
-    const std::string extension = uri.GetExtension(false);
-    const std::string last = uri.GetLastPathComponent();
-    const bool ofType = !options.type.empty() && uri.IsOfFileType(options.type);
-    if (options.json) {
-      nlohmann::json out = {{"uri", vesktool::JsonText(text)},
-                            {"filename", vesktool::JsonText(filename)},
-                            {"stem", vesktool::JsonText(uri.GetFilename(true))},
-                            {"extension", vesktool::JsonText(extension)},
-                            {"last", vesktool::JsonText(last)},
-                            {"directory", uri.IsDirectory()}};
-      if (!options.type.empty()) out["oftype"] = ofType;
-      vesktool::PrintJson(out);
-    } else {
-      std::cout << filename << '\t' << extension << '\t' << last;
-      if (!options.type.empty()) std::cout << '\t' << (ofType ? "true" : "false");
-      std::cout << '\n';
-    }
-  }
+    if (!uri.IsValidURI()) return run.Bad(text, "not a valid URI");
+    std::vector<std::pair<std::string, vesktool::Json>> columns = {{"filename", uri.GetFilename(false)},
+                                                                   {"extension", uri.GetExtension(false)},
+                                                                   {"last", uri.GetLastPathComponent()}};
+    if (!options.type.empty()) columns.emplace_back("oftype", uri.IsOfFileType(options.type));
+    run.Result({{"input", text}, {"stem", uri.GetFilename(true)}, {"directory", uri.IsDirectory()}}, columns);
+  });
 }
 
 const vesktool::CommandRegistrar reg("name", [](CLI::App& app) {
@@ -50,10 +34,9 @@ const vesktool::CommandRegistrar reg("name", [](CLI::App& app) {
       "The file name, its extension (with the dot) and the last path component of each URI, separated by "
       "tabs; a directory URI has no file name but a last component. With --type a fourth column says whether "
       "the file is of that type (\"txt\", \".txt\" or \"a.txt\", case ignored).");
-  cmd->add_option("uri", options->uris, "URIs; with none, one per line of standard input");
+  vesktool::AddItemOptions(cmd, options->items, vesktool::ItemKind::kUri, "URIs",
+                           "input, stem, directory, filename, extension, last, oftype (with --type), valid");
   cmd->add_option("--type", options->type, "File type to test the extension against");
-  cmd->add_flag("--json", options->json,
-                "One JSON object per item: uri, filename, stem, extension, last, directory");
   cmd->callback([options] { RunName(*options); });
 });
 

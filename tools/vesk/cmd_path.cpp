@@ -1,5 +1,4 @@
 // vesk path: the local paths a URI stands for, in three notations.
-#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,43 +11,33 @@
 namespace {
 
 struct PathOptions {
-  std::vector<std::string> uris;
+  vesktool::ItemOptions items;
   bool win = false;
   bool slash = false;
   bool mac = false;
   std::string rootVolume;
-  bool json = false;
 };
 
 void RunPath(PathOptions options) {
   if (!options.win && !options.slash && !options.mac) options.win = options.slash = options.mac = true;
   if (!options.rootVolume.empty()) Vesk::SetColonPathRootVolume(options.rootVolume);
-  for (const std::string& text : vesktool::ItemsOrStdin(options.uris)) {
+  vesktool::ItemRun run("path", options.items);
+  run.Each([&](const std::string& text) {
     const Vesk::URI uri(text);
-    if (!uri.IsValidURI()) {
-      vesktool::ReportBadInput("path", text, "not a valid URI");
-      continue;
-    }
-    // Notation name and path, in the order win, unix, mac.
-    std::vector<std::pair<const char*, std::string>> paths;
-    if (options.win) paths.emplace_back("win", uri.ToLocalPathWin());
-    if (options.slash) paths.emplace_back("unix", uri.ToLocalPathUnix());
-    if (options.mac) paths.emplace_back("mac", uri.ToLocalPathMac());
+    if (!uri.IsValidURI()) return run.Bad(text, "not a valid URI");
+    // One column per notation, in the order win, unix, mac.
+    std::vector<std::pair<std::string, vesktool::Json>> paths;
     bool any = false;
-    for (const auto& entry : paths) any = any || !entry.second.empty();
-    if (!any) {
-      vesktool::ReportBadInput("path", text, "no local path in the notation asked for");
-      continue;
-    }
-    if (options.json) {
-      nlohmann::json out = {{"uri", vesktool::JsonText(text)}};
-      for (const auto& [name, path] : paths) out[name] = vesktool::JsonText(path);
-      vesktool::PrintJson(out);
-    } else {
-      for (size_t i = 0; i < paths.size(); ++i) std::cout << (i ? "\t" : "") << paths[i].second;
-      std::cout << '\n';
-    }
-  }
+    const auto add = [&](const char* name, const std::string& path) {
+      paths.emplace_back(name, path);
+      any = any || !path.empty();
+    };
+    if (options.win) add("win", uri.ToLocalPathWin());
+    if (options.slash) add("unix", uri.ToLocalPathUnix());
+    if (options.mac) add("mac", uri.ToLocalPathMac());
+    if (!any) return run.Bad(text, "no local path in the notation asked for");
+    run.Result({{"input", text}}, paths);
+  });
 }
 
 const vesktool::CommandRegistrar reg("path", [](CLI::App& app) {
@@ -57,8 +46,9 @@ const vesktool::CommandRegistrar reg("path", [](CLI::App& app) {
       "path",
       "The local path each URI stands for: Windows (backslashes), Unix (slashes) and colon notation, in that "
       "order, separated by tabs; with --win, --unix or --mac only those asked for. An empty column means no "
-      "path in that notation; a URI with none in any notation asked for is an error.");
-  cmd->add_option("uri", options->uris, "URIs; with none, one per line of standard input");
+      "path in that notation; a URI with none in any notation asked for is bad input.");
+  vesktool::AddItemOptions(cmd, options->items, vesktool::ItemKind::kUri, "URIs",
+                           "input, one key per notation (win, unix, mac), valid");
   cmd->add_flag("--win", options->win, "Windows path (drive letters, backslashes, \\\\server\\share)");
   cmd->add_flag("--unix", options->slash, "Unix path (also what the library's default conversion gives)");
   cmd->add_flag("--mac", options->mac, "Colon path (Volume:dir:file)");
@@ -66,7 +56,6 @@ const vesktool::CommandRegistrar reg("path", [](CLI::App& app) {
       "--root-volume", options->rootVolume,
       std::string("Name of the root volume in the colon path of a file://localhost URI (default \"") +
           Vesk::kDefaultColonPathRootVolume + "\")");
-  cmd->add_flag("--json", options->json, "One JSON object per item: uri and one key per notation");
   cmd->callback([options] { RunPath(*options); });
 });
 

@@ -1,6 +1,5 @@
 // vesk query: the query of a URI as names and values; one value; or the URI
 // with values set.
-#include <iostream>
 #include <map>
 #include <memory>
 #include <string>
@@ -13,10 +12,9 @@
 namespace {
 
 struct QueryOptions {
-  std::vector<std::string> uris;
+  vesktool::ItemOptions items;
   std::string get;
   std::vector<std::string> sets;
-  bool json = false;
 };
 
 void Run(const QueryOptions& opt, bool getting) {
@@ -24,79 +22,56 @@ void Run(const QueryOptions& opt, bool getting) {
   std::vector<std::pair<std::string, std::string>> sets;
   for (const auto& item : opt.sets) {
     const auto eq = item.find('=');
-    if (eq == std::string::npos) {
-      vesktool::ReportBadInput("query", item, "--set wants NAME=VALUE");
-      return;
-    }
+    if (eq == std::string::npos) throw vesktool::UsageError("--set wants NAME=VALUE: '" + item + "'");
     sets.emplace_back(item.substr(0, eq), item.substr(eq + 1));
   }
-
-  const std::vector<std::string> items = vesktool::ItemsOrStdin(opt.uris);
-  for (const auto& text : items) {
+  const bool several = opt.items.args.size() != 1;
+  vesktool::ItemRun run("query", opt.items);
+  run.Each([&](const std::string& text) {
     Vesk::URI uri(text);
-    if (!uri.IsValidURI()) {
-      vesktool::ReportBadInput("query", text, "not a valid URI");
-      continue;
-    }
+    if (!uri.IsValidURI()) return run.Bad(text, "not a valid URI");
     if (!sets.empty()) {
       for (const auto& [name, value] : sets) uri.SetQueryValue(name, value);
-      const std::string result = uri.ToString(false);
-      if (opt.json) {
-        vesktool::PrintJson({{"uri", vesktool::JsonText(text)}, {"result", vesktool::JsonText(result)}});
-      } else {
-        std::cout << result << '\n';
-      }
-    } else if (getting) {
-      std::string value;
-      const bool present = uri.GetQueryValue(opt.get, value);
-      if (opt.json) {
-        nlohmann::json out = {
-            {"uri", vesktool::JsonText(text)}, {"name", vesktool::JsonText(opt.get)}, {"present", present}};
-        out["value"] = present ? vesktool::JsonText(value) : nlohmann::json(nullptr);
-        vesktool::PrintJson(out);
-      } else if (present) {
-        std::cout << value << '\n';
-      }
-      if (!present)
-        vesktool::ReportBadInput("query", text, "no value named '" + opt.get + "' in the query of");
-    } else {
-      std::map<std::string, std::string> map;
-      uri.GetQueryByMap(map);
-      if (opt.json) {
-        nlohmann::json query = nlohmann::json::object();
-        // JSON keys must be UTF-8 like the values.
-        for (const auto& [name, value] : map)
-          query[vesktool::JsonText(name).get<std::string>()] = vesktool::JsonText(value);
-        vesktool::PrintJson({{"uri", vesktool::JsonText(text)}, {"query", query}});
-      } else {
-        for (const auto& [name, value] : map) std::cout << name << '\t' << value << '\n';
-        // With several URIs a blank line ends each one's pairs.
-        if (items.size() > 1) std::cout << '\n';
-      }
+      return run.Result({{"input", text}}, {{"result", uri.ToString(false)}});
     }
-  }
+    if (getting) {
+      std::string value;
+      if (!uri.GetQueryValue(opt.get, value))
+        return run.Bad(text, "no value named '" + opt.get + "' in the query of", {{"input", text}, {"name", opt.get}});
+      return run.Result({{"input", text}, {"name", opt.get}}, {{"value", value}});
+    }
+    std::map<std::string, std::string> map;
+    uri.GetQueryByMap(map);
+    if (run.json()) {
+      vesktool::Json query = vesktool::Json::object();
+      for (const auto& [name, value] : map) query[name] = value;
+      return run.Good({{"input", text}, {"query", query}});
+    }
+    std::string lines;
+    for (const auto& [name, value] : map) lines += name + '\t' + value + '\n';
+    // With several URIs a blank line ends each one's pairs.
+    if (several) lines += '\n';
+    vesktool::WriteText(lines);
+  });
 }
 
 const vesktool::CommandRegistrar reg("query", [](CLI::App& app) {
   auto opt = std::make_shared<QueryOptions>();
   CLI::App* sub = app.add_subcommand(
       "query",
-      "The query of each URI as plain names and values (name, a tab, value, one pair per line, in name "
-      "order, "
-      "a blank line after each URI when there are several); "
-      "with --get the value of one name; with --set the URI with the values set (the query is rewritten in "
-      "canonical form: sorted, '+' as %20)");
-  sub->add_option("uri", opt->uris, "URIs (escaped form); none: one per line on standard input");
-  CLI::Option* get =
-      sub->add_option("--get", opt->get, "Print the plain value of NAME (an error when absent)")
-          ->type_name("NAME");
+      "The query of each URI as plain names and values (name, a tab, value, one pair per line, in name order, a "
+      "blank line after each URI unless there is exactly one URI argument); with --get the value of one name; "
+      "with --set the URI with the values set (the query is rewritten in canonical form: sorted, '+' as %20)");
+  vesktool::AddItemOptions(sub, opt->items, vesktool::ItemKind::kUri, "URIs (escaped form)",
+                           "input and query (an object), or name and value, or result; valid");
+  CLI::Option* get = sub->add_option("--get", opt->get, "Print the plain value of NAME (bad input when absent)")
+                         ->type_name("NAME");
   CLI::Option* set = sub->add_option("--set", opt->sets,
                                      "Set NAME to VALUE (plain text); may be given several times, in order")
                          ->type_name("NAME=VALUE")
                          ->allow_extra_args(false);
   get->excludes(set);
-  sub->add_flag("--json", opt->json, "One JSON object per URI");
-  sub->callback([opt, get]() { Run(*opt, get->count() > 0); });
+  sub->callback([opt, get] { Run(*opt, get->count() > 0); });
 });
 
 }  // namespace

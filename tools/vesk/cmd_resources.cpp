@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,10 +17,12 @@ namespace {
 namespace host = Vesk::Platform;
 
 struct ResourcesOptions {
+  vesktool::ItemOptions output;  // only --json
   std::string file;
   std::vector<std::string> add;  // TYPE ID TEXT...
-  bool json = false;
 };
+
+void Bad(const std::string& input, const std::string& why) { vesktool::ReportBad("resources", input, why); }
 
 std::string TypeText(unsigned long type) {
   std::string out;
@@ -86,32 +87,28 @@ bool BuildData(unsigned long type, const std::vector<std::string>& texts, std::s
 
 void AddStrings(const ResourcesOptions& options) {
   if (options.add.size() < 2) {
-    vesktool::ReportBadInput("resources", options.file, "--add-strings needs TYPE ID and the texts");
+    Bad(options.file, "--add-strings needs TYPE ID and the texts");
     return;
   }
   unsigned long type = 0;
   long id = 0;
   if (!ParseType(options.add[0], type)) {
-    vesktool::ReportBadInput("resources", options.add[0], "a type has one to four characters");
+    Bad(options.add[0], "a type has one to four characters");
     return;
   }
   if (!ParseNumber(options.add[1], -32768, 32767, id)) {
-    vesktool::ReportBadInput("resources", options.add[1], "an id is a number from -32768 to 32767");
+    Bad(options.add[1], "an id is a number from -32768 to 32767");
     return;
   }
   std::string data, error;
   if (!BuildData(type, std::vector<std::string>(options.add.begin() + 2, options.add.end()), data, error)) {
-    vesktool::ReportBadInput("resources", options.file, error);
+    Bad(options.file, error);
     return;
   }
   struct stat info;
   host::ResourceFileRef ref = 0;
   if (stat(options.file.c_str(), &info) == 0) {
-    const host::ResourceFileStatus status = host::OpenResourceFile(options.file.c_str(), &ref);
-    if (status != host::ResourceFileStatus::kOK) {
-      vesktool::ReportBadInput("resources", options.file, host::DescribeResourceFileStatus(status));
-      return;
-    }
+    if ((ref = vesktool::OpenResources("resources", options.file)) == 0) return;
   } else {
     ref = host::CreateResourceFile(options.file.c_str());
   }
@@ -131,27 +128,17 @@ void AddStrings(const ResourcesOptions& options) {
   }
   const host::ResourceFileStatus status = host::WriteResourceFile(ref);
   if (status != host::ResourceFileStatus::kOK)
-    vesktool::ReportBadInput("resources", options.file, host::DescribeResourceFileStatus(status));
+    Bad(options.file, host::DescribeResourceFileStatus(status));
   host::CloseAllResourceFiles();
 }
 
 void List(const ResourcesOptions& options) {
-  host::ResourceFileRef ref = 0;
-  const host::ResourceFileStatus status = host::OpenResourceFile(options.file.c_str(), &ref);
-  if (status != host::ResourceFileStatus::kOK) {
-    vesktool::ReportBadInput("resources", options.file, host::DescribeResourceFileStatus(status));
-    return;
-  }
+  const host::ResourceFileRef ref = vesktool::OpenResources("resources", options.file);
+  if (ref == 0) return;
+  vesktool::ItemRun run("resources", options.output);
   for (const host::ResourceEntry& e : host::ListResources(ref)) {
-    const std::string type = TypeText(e.type);
-    if (options.json) {
-      nlohmann::json item = {{"type", vesktool::JsonText(type)}, {"id", e.id}, {"size", e.data.size()}};
-      item["name"] = e.has_name ? vesktool::JsonText(e.name) : nlohmann::json(nullptr);
-      vesktool::PrintJson(item);
-    } else {
-      std::cout << type << '\t' << e.id << '\t' << (e.has_name ? e.name : std::string("-")) << '\t'
-                << e.data.size() << '\n';
-    }
+    const vesktool::Json name = e.has_name ? vesktool::Json(e.name) : (run.json() ? vesktool::Json(nullptr) : vesktool::Json("-"));
+    run.Result({}, {{"type", TypeText(e.type)}, {"id", e.id}, {"name", name}, {"size", e.data.size()}});
   }
   host::CloseAllResourceFiles();
 }
@@ -166,7 +153,8 @@ const vesktool::CommandRegistrar reg("resources", [](CLI::App& app) {
       "STRm NUMBER=PLACE... the table that maps string numbers to places in the lists.");
   cmd->add_option("file", options->file, "The resource file")->required();
   cmd->add_option("--add-strings", options->add, "TYPE ID TEXT...")->expected(2, 1 << 20);
-  cmd->add_flag("--json", options->json, "One JSON object per resource: type, id, name, size");
+  cmd->add_flag("--json", options->output.json, "One JSON object per resource: type, id, name, size, valid");
+  vesktool::AddExitStatusHelp(cmd);
   cmd->callback([options] {
     if (options->add.empty()) {
       List(*options);

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,12 +20,11 @@ namespace {
 namespace host = Vesk::Platform;
 
 struct StringsOptions {
-  std::vector<std::string> ids;
+  vesktool::ItemOptions items;
   std::vector<std::string> resources;
   std::string domain;
   std::string locale_dir;
   std::vector<std::string> tables;
-  bool json = false;
 };
 
 // A decimal number from 0 to 4294967295, nothing else.
@@ -47,14 +45,8 @@ std::string Utf8(const CString& s) {
 void RunStrings(const StringsOptions& options) {
   // The tool is the application here: messages follow the user's locale.
   std::setlocale(LC_ALL, "");
-  for (const std::string& path : options.resources) {
-    host::ResourceFileRef ref = 0;
-    const host::ResourceFileStatus status = host::OpenResourceFile(path.c_str(), &ref);
-    if (status != host::ResourceFileStatus::kOK) {
-      vesktool::ReportBadInput("strings", path, host::DescribeResourceFileStatus(status));
-      return;
-    }
-  }
+  for (const std::string& path : options.resources)
+    if (vesktool::OpenResources("strings", path) == 0) return;
   if (!options.domain.empty()) textdomain(options.domain.c_str());
   if (!options.locale_dir.empty()) {
     bindtextdomain(textdomain(nullptr), options.locale_dir.c_str());
@@ -62,24 +54,18 @@ void RunStrings(const StringsOptions& options) {
   }
   for (const std::string& table : options.tables) CString::AddStringTableForSearch(table.c_str());
 
-  for (const std::string& item : vesktool::ItemsOrStdin(options.ids)) {
+  vesktool::ItemRun run("strings", options.items);
+  run.Each([&](const std::string& item) {
     unsigned int id = 0;
-    if (!ParseId(item, id)) {
-      vesktool::ReportBadInput("strings", item, "not a string number (0 to 4294967295)");
-      continue;
-    }
+    if (!ParseId(item, id)) return run.Bad(item, "not a string number (0 to 4294967295)");
     CString text;
     const bool found = text.LoadString(id);
     const Vesk::StringSource source = Vesk::LastStringSource();
     std::string from = Vesk::StringSourceName(source);
     if (source == Vesk::StringSource::kNamedTable) from += ":" + Vesk::LastStringTable();
-    if (options.json) {
-      vesktool::PrintJson(
-          {{"id", id}, {"found", found}, {"store", from}, {"text", vesktool::JsonText(Utf8(text))}});
-    } else {
-      std::cout << id << '\t' << from << '\t' << (found ? "" : "(not found) ") << Utf8(text) << '\n';
-    }
-  }
+    if (run.json()) return run.Good({{"id", id}, {"found", found}, {"store", from}, {"text", Utf8(text)}});
+    run.Result({}, {{"id", id}, {"store", from}, {"text", (found ? "" : "(not found) ") + Utf8(text)}});
+  });
   host::CloseAllResourceFiles();
 }
 
@@ -91,7 +77,8 @@ const vesktool::CommandRegistrar reg("strings", [](CLI::App& app) {
       "list; single: a STR resource; main: the main message catalog; named:NAME: a catalog added with "
       "--table; digits: no store, the number itself; cache: a repeated number) and the text, separated by "
       "tabs. Stores are asked in that order, as an application's numbered strings are.");
-  cmd->add_option("id", options->ids, "String numbers; with none, one per line of standard input");
+  vesktool::AddItemOptions(cmd, options->items, vesktool::ItemKind::kText, "String numbers",
+                           "id, found, store, text, valid");
   cmd->add_option("--resources", options->resources,
                   "A resource file to search (repeatable; the last one is searched first)")
       ->allow_extra_args(false);
@@ -101,7 +88,6 @@ const vesktool::CommandRegistrar reg("strings", [](CLI::App& app) {
   cmd->add_option("--table", options->tables,
                   "A named catalog searched after the main one (repeatable, in order)")
       ->allow_extra_args(false);
-  cmd->add_flag("--json", options->json, "One JSON object per item: id, found, store, text");
   cmd->callback([options] { RunStrings(*options); });
 });
 

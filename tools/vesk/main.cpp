@@ -1,12 +1,18 @@
 // The vesk command-line tool: every operation of the library at a person's
 // fingertips. Subcommands live in their own files and register themselves.
-#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <exception>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <string>
 
 #include "tools/vesk/command.h"
+#if __has_include("vesk/version")
+#include "vesk/version"
+#else
+extern "C" const char* vesk_version();
+#endif
 
 namespace vesktool {
 namespace {
@@ -16,7 +22,9 @@ std::map<std::string, CommandSetup>& Registry() {
   return registry;
 }
 
-int gStatus = 0;
+const char kExitStatuses[] =
+    "Exit status: 0 when every item was done, 1 when some item was bad input (each is reported on standard "
+    "error), 2 for a usage error.";
 
 }  // namespace
 
@@ -24,74 +32,52 @@ CommandRegistrar::CommandRegistrar(const char* name, CommandSetup setup) {
   Registry().emplace(name, std::move(setup));
 }
 
-void MarkFailure() { gStatus = 1; }
-int ExitStatus() { return gStatus; }
-
-void ReportBadInput(const std::string& command, const std::string& input, const std::string& why) {
-  std::cerr << "vesk " << command << ": " << why << ": '" << input << "'\n";
-  MarkFailure();
-}
-
-std::vector<std::string> ItemsOrStdin(const std::vector<std::string>& args) {
-  if (!args.empty()) return args;
-  std::vector<std::string> items;
-  std::string line;
-  while (std::getline(std::cin, line)) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    items.push_back(line);
-  }
-  return items;
-}
-
-bool SplitPair(const std::string& line, std::string& first, std::string& second) {
-  const auto tab = line.find('\t');
-  if (tab == std::string::npos) return false;
-  first = line.substr(0, tab);
-  second = line.substr(tab + 1);
-  return true;
-}
-
-void PrintJson(const nlohmann::json& object) { std::cout << object.dump() << '\n'; }
-
-nlohmann::json JsonText(const std::string& bytes) {
-  // Keep valid UTF-8 as it is; map each byte of an invalid sequence to the
-  // code point of the same value.
-  std::string out;
-  out.reserve(bytes.size());
-  size_t i = 0;
-  while (i < bytes.size()) {
-    const unsigned char c = static_cast<unsigned char>(bytes[i]);
-    size_t len = c < 0x80 ? 1 : (c >> 5) == 6 ? 2 : (c >> 4) == 14 ? 3 : (c >> 3) == 30 ? 4 : 0;
-    bool ok = len != 0 && i + len <= bytes.size();
-    for (size_t k = 1; ok && k < len; ++k) ok = (static_cast<unsigned char>(bytes[i + k]) & 0xC0) == 0x80;
-    if (ok && len > 1) {
-      const unsigned char c1 = static_cast<unsigned char>(bytes[i + 1]);
-      if ((c == 0xC0 || c == 0xC1) || (c == 0xE0 && c1 < 0xA0) || (c == 0xED && c1 >= 0xA0) ||
-          (c == 0xF0 && c1 < 0x90) || c > 0xF4 || (c == 0xF4 && c1 >= 0x90))
-        ok = false;
-    }
-    if (ok) {
-      out.append(bytes, i, len);
-      i += len;
-    } else {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-      ++i;
-    }
-  }
-  return nlohmann::json(out);
-}
+void AddExitStatusHelp(CLI::App* cmd) { cmd->footer(kExitStatuses); }
 
 }  // namespace vesktool
 
 int main(int argc, char** argv) {
-  CLI::App app{"vesk: URIs, wide strings, encodings and time from the command line"};
+  static char output_buffer[1 << 16];
+  std::setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
+  CLI::App app{
+      "vesk: URIs, local paths, escaping, legacy charsets, wide strings and time from the command line.\n"
+      "Most commands take their items as arguments or, with none, one per line of standard input (or of "
+      "--url-file/--file), and write each result as soon as it is done: text columns, or with --json one "
+      "JSON object per line for every item, bad ones included (\"valid\": false and an \"error\"). JSON "
+      "strings are UTF-8; an object with \"bytes\": true holds bytes that are not UTF-8, and then every "
+      "string in it stands for bytes, one per character U+0000 to U+00FF.",
+      "vesk"};
+  app.footer(vesktool::kExitStatuses);
+  app.set_version_flag("--version", std::string("vesk ") + vesk_version());
   app.require_subcommand(1);
+  std::string command;
   for (auto& [name, setup] : vesktool::Registry()) setup(app);
+  for (CLI::App* sub : app.get_subcommands([](CLI::App*) { return true; })) {
+    const std::string name = sub->get_name();
+    sub->preparse_callback([&command, name](std::size_t) { command = name; });
+  }
+  // An unknown command is named as such, not taken for a missing one.
+  if (argc > 1 && argv[1][0] != '-' && vesktool::Registry().count(argv[1]) == 0) {
+    std::cerr << "vesk: unknown command '" << argv[1] << "'; 'vesk --help' lists the commands\n";
+    return vesktool::kUsage;
+  }
+  const auto prefix = [&command] { return command.empty() ? std::string("vesk: ") : "vesk " + command + ": "; };
+  int status = vesktool::kAllDone;
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError& e) {
+  } catch (const CLI::Success& e) {
     return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    std::cerr << prefix() << e.what() << "; see 'vesk " << (command.empty() ? "" : command + " ")
+              << "--help'\n";
+    status = vesktool::kUsage;
+  } catch (const vesktool::UsageError& e) {
+    std::cerr << prefix() << e.what() << '\n';
+    status = vesktool::kUsage;
+  } catch (const std::exception& e) {
+    std::cerr << prefix() << e.what() << '\n';
+    status = vesktool::kSomeBad;
   }
-  return vesktool::ExitStatus();
+  std::fflush(stdout);
+  return status != vesktool::kAllDone ? status : vesktool::ExitStatus();
 }

@@ -115,6 +115,8 @@ unsigned long EncodingToCharSetID(const std::string& name) {
   return id;
 }
 
+unsigned long CharSetIDOfEncoding(const std::string& name) { return EncodingToCharSetID(name); }
+
 std::string WideToCharSet(const std::basic_string<unsigned short>& text, unsigned long charSet) {
   std::string result;
   const unsigned long from = UnicodeId(Platform::kUTF16Format);
