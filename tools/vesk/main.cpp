@@ -8,11 +8,7 @@
 #include <string>
 
 #include "tools/vesk/command.h"
-#if __has_include("vesk/version")
 #include "vesk/version"
-#else
-extern "C" const char* vesk_version();
-#endif
 
 namespace vesktool {
 namespace {
