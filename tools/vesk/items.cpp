@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -282,7 +281,10 @@ void ItemRun::Result(Json object, const std::vector<std::pair<std::string, Json>
 }
 
 void ReportBad(const std::string& command, const std::string& input, const std::string& why) {
-  std::cerr << "vesk " << command << ": " << why << ": " << Quoted(input) << '\n';
+  // One write per message, so that messages of several processes on one
+  // terminal do not mix.
+  const std::string message = "vesk " + command + ": " + why + ": " + Quoted(input) + '\n';
+  std::fwrite(message.data(), 1, message.size(), stderr);
   MarkFailure();
 }
 
