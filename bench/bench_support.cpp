@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace veskbench {
@@ -24,14 +24,20 @@ double TimeUnitToNs(benchmark::TimeUnit unit) {
   return 1;
 }
 
-[[noreturn]] void Missing(const std::string& relative_path) {
-  std::fprintf(stderr, "missing data file %s\n", DataPath(relative_path).c_str());
-  std::abort();
-}
-
 }  // namespace
 
+bool HaveData(const std::string& relative_path) {
+  static std::set<std::string> reported;
+  if (std::ifstream(DataPath(relative_path), std::ios::binary).good()) return true;
+  if (reported.insert(relative_path).second) {
+    std::fprintf(stderr, "note: data file %s is missing (looked for %s); the benchmarks reading it are left out\n",
+                 relative_path.c_str(), DataPath(relative_path).c_str());
+  }
+  return false;
+}
+
 bool ReadDataFile(const std::string& relative_path, std::string& contents) {
+  if (!HaveData(relative_path)) return false;
   std::ifstream in(DataPath(relative_path), std::ios::binary);
   if (!in) return false;
   std::ostringstream out;
@@ -41,9 +47,9 @@ bool ReadDataFile(const std::string& relative_path, std::string& contents) {
 }
 
 std::vector<std::string> DataLines(const std::string& relative_path) {
-  std::ifstream in(DataPath(relative_path), std::ios::binary);
-  if (!in) Missing(relative_path);
   std::vector<std::string> lines;
+  if (!HaveData(relative_path)) return lines;
+  std::ifstream in(DataPath(relative_path), std::ios::binary);
   std::string line;
   while (std::getline(in, line)) {
     if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -54,12 +60,16 @@ std::vector<std::string> DataLines(const std::string& relative_path) {
 
 std::string DataFile(const std::string& relative_path) {
   std::string contents;
-  if (!ReadDataFile(relative_path, contents)) Missing(relative_path);
+  ReadDataFile(relative_path, contents);
   return contents;
 }
 
 std::vector<std::string> UrlCorpora() {
-  return {"isaacs_files.txt", "kasztp.txt", "node_files.txt", "userbait.txt"};
+  std::vector<std::string> present;
+  for (const char* file : {"isaacs_files.txt", "kasztp.txt", "node_files.txt", "userbait.txt"}) {
+    if (HaveData(std::string("urls/") + file)) present.push_back(file);
+  }
+  return present;
 }
 
 void SetItems(benchmark::State& state, size_t items) {

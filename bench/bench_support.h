@@ -10,21 +10,29 @@
 
 namespace veskbench {
 
-// The lines of a file under the shared data folder (e.g. "urls/kasztp.txt"),
-// without line endings and without empty lines. Aborts when it is missing.
+// Data files live under VESK_DATA_DIR (the repository's data/ by default). A
+// file that is not there is reported once on stderr and reads as empty; a
+// benchmark whose input is empty is left out, and the others run.
+
+// Whether a file under the data folder (e.g. "urls/kasztp.txt") is there;
+// when it is not, says so on stderr (once per file).
+bool HaveData(const std::string& relative_path);
+
+// The lines of a file under the data folder, without line endings and
+// without empty lines; none when it is missing.
 std::vector<std::string> DataLines(const std::string& relative_path);
 
-// The whole of a file under the shared data folder. Aborts when it is missing.
+// The whole of a file under the data folder; empty when it is missing.
 std::string DataFile(const std::string& relative_path);
 
-// Where a file under the shared data folder is.
+// Where a file under the data folder is.
 std::string DataPath(const std::string& relative_path);
 
-// The whole of a file under the shared data folder into `contents`; false
-// when it cannot be read.
+// The whole of a file under the data folder into `contents`; false (and a
+// note on stderr) when it cannot be read.
 bool ReadDataFile(const std::string& relative_path, std::string& contents);
 
-// The corpora of urls/, by file name.
+// The corpora of urls/ that are there, by file name.
 std::vector<std::string> UrlCorpora();
 
 // Records how many items one iteration handles, so that the summary gives the

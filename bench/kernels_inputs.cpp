@@ -1,14 +1,7 @@
 #include "bench/kernels_inputs.h"
 
-#include <cstdio>
-
 namespace veskbench {
 namespace {
-
-void NoteMissing(const std::string& relative_path) {
-  std::fprintf(stderr, "note: %s is missing; the inputs built from it are left out\n",
-               DataPath(relative_path).c_str());
-}
 
 void Add(Input& input, std::string item) {
   input.bytes += item.size();
@@ -47,10 +40,7 @@ const std::vector<Input>& UrlLists() {
     std::vector<Input> all;
     for (const std::string& file : UrlCorpora()) {
       std::string text;
-      if (!ReadDataFile("urls/" + file, text)) {
-        NoteMissing("urls/" + file);
-        continue;
-      }
+      if (!ReadDataFile("urls/" + file, text)) continue;
       Input input;
       input.name = file.substr(0, file.rfind('.'));
       for (std::string& line : Lines(text)) {
@@ -85,9 +75,7 @@ const Input& UrlPaths() {
 }
 
 bool TextFile(const std::string& name, std::string& contents) {
-  if (ReadDataFile("text/" + name, contents)) return true;
-  NoteMissing("text/" + name);
-  return false;
+  return ReadDataFile("text/" + name, contents);
 }
 
 const Input& TextLines() {

@@ -197,6 +197,7 @@ void Add(const std::string& name, Bench bench, const std::string& kind) {
 }
 
 bool Register() {
+  if (Get().fileURIs.empty()) return false;  // the corpora are missing
   for (const char* kind : {"mixed", "urls", "hosts", "win", "unc", "unix", "colon"}) {
     Add(std::string("UnknownToURI/vesk/") + kind, GuessVesk, kind);
   }

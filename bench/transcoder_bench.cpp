@@ -75,8 +75,10 @@ UConverter* StoppingConverter(const char* name) {
   return converter;
 }
 
+// None when the text is empty (its data file is missing).
 std::vector<Input> MakeInputs(const std::string& kind, const std::string& text) {
   std::vector<Input> inputs;
+  if (text.empty()) return inputs;
   const std::pair<const char*, size_t> sizes[] = {{"16", 16}, {"1k", 1024}, {"1m", 1024 * 1024}};
   for (const auto& [label, size] : sizes) {
     Input input;
