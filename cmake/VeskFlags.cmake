@@ -14,3 +14,18 @@ elseif(VESK_SANITIZE STREQUAL "fuzzer")
 elseif(NOT VESK_SANITIZE STREQUAL "")
   message(FATAL_ERROR "VESK_SANITIZE must be address, thread, fuzzer or empty")
 endif()
+
+# A shared library exports exactly the symbols its version script names and,
+# in a build without sanitizers (whose runtimes come with the executable),
+# must resolve every symbol it uses itself.
+function(vesk_export_list target map)
+  get_target_property(type ${target} TYPE)
+  if(NOT type STREQUAL "SHARED_LIBRARY" OR NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    return()
+  endif()
+  target_link_options(${target} PRIVATE "-Wl,--version-script=${map}")
+  if(VESK_SANITIZE STREQUAL "")
+    target_link_options(${target} PRIVATE "-Wl,--no-undefined")
+  endif()
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+endfunction()
