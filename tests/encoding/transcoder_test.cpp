@@ -254,8 +254,38 @@ TEST(UTF16ToEncoding, AStopRepeatsTheLastChunk) {
     EXPECT_EQ(Hex(Transcoder::UTF16ToEncoding(W(row.text), row.encoding)), Hex(row.expected))
         << row.encoding;
   }
-  // A lone high surrogate at the very end is held back and dropped by the flush.
-  EXPECT_EQ(Transcoder::asUTF8(W(u"ab\xD800")), "ab");
+}
+
+// A lone low surrogate can never begin a character: it stops the text wherever
+// it stands. A high surrogate at the very end may be a character cut short: it
+// is held back and dropped by the flush.
+TEST(UTF16ToEncoding, LoneSurrogatesStopTheTextExceptAHighOneAtTheEnd) {
+  const std::string a600(600, 'a');
+  struct Row {
+    std::u16string text;
+    std::string utf8, latin1;
+  };
+  const Row rows[] = {
+      {u"ab\xDC21" u"cd", "abab", "abab"},
+      {u"ab\xDC21", "abab", "abab"},
+      {u"ab\xD834", "ab", "ab"},
+      {u"ab\xD834" u"cd", "abab", "abab"},
+      {u"\xDC21", "", ""},
+      {u"ab\xD834\xDC21", "ab\xF0\x9D\x80\xA1", "abab"},
+      {u"ab\xDC21\xD834", "abab", "abab"},
+      {std::u16string(600, u'a') + u"\xDC21", a600 + std::string(88, 'a'), a600 + std::string(88, 'a')},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(Hex(Transcoder::asUTF8(W(row.text))), Hex(row.utf8)) << HexW(W(row.text.substr(0, 8)));
+    EXPECT_EQ(Hex(Transcoder::UTF16ToEncoding(W(row.text), "iso-8859-1")), Hex(row.latin1))
+        << HexW(W(row.text.substr(0, 8)));
+  }
+  // Every surrogate alone and behind a letter.
+  for (unsigned short unit = 0xD800; unit < 0xE000; ++unit) {
+    const bool high = unit < 0xDC00;
+    ASSERT_EQ(Transcoder::asUTF8(Wide(1, unit)), "") << std::hex << unit;
+    ASSERT_EQ(Transcoder::asUTF8(Wide{'x', unit}), high ? "x" : "xx") << std::hex << unit;
+  }
 }
 
 TEST(EncodingToUTF16, AStopRepeatsTheLastChunk) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/platform/encoding_names.h"
+#include "vesk/platform/text_conversion_seam.h"
 
 namespace {
 
@@ -205,6 +206,103 @@ TEST(ConvertText, FillsBuffersAsTheICUConverterDoes) {
     CloseConverter(ours);
     ucnv_close(icu);
   }
+}
+
+}  // namespace
+
+namespace {
+
+// One call of ConvertText, all it reports.
+struct Call {
+  ConversionStatus status;
+  size_t read, written;
+  std::string out;
+  bool operator==(const Call& o) const {
+    return status == o.status && read == o.read && written == o.written && out == o.out;
+  }
+};
+
+Call Convert(TextConverter* converter, const void* input, size_t bytes, size_t room) {
+  char out[64];
+  Call call{0, 0, 0, {}};
+  call.status = ConvertText(converter, input, bytes, &call.read, out, room, &call.written);
+  call.out.assign(out, call.written);
+  return call;
+}
+
+std::string Show(const Call& c) {
+  return std::to_string(c.status) + " read " + std::to_string(c.read) + " wrote " + std::to_string(c.written);
+}
+
+// Every set that ICU offers under an internet name and that has single-byte
+// characters: with the table and with ICU alone, every byte and every UTF-16
+// unit, amid letters, gives the same units or bytes, status and counts, and a
+// text of all 256 bytes (and of the units they stand for) converted through a
+// small buffer stops at the same place with the same chunks.
+TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
+  int sets = 0;
+  for (int i = 0; i < ucnv_countAvailable(); ++i) {
+    const char* icu = ucnv_getAvailableName(i);
+    UErrorCode status = U_ZERO_ERROR;
+    const char* name = ucnv_getStandardName(icu, "MIME", &status);
+    status = U_ZERO_ERROR;
+    if (name == nullptr) name = ucnv_getStandardName(icu, "IANA", &status);
+    UConverter* probe = ucnv_open(icu, &status);
+    const UConverterType type = U_SUCCESS(status) ? ucnv_getType(probe) : UCNV_UNSUPPORTED_CONVERTER;
+    ucnv_close(probe);
+    if (name == nullptr || (type != UCNV_SBCS && type != UCNV_LATIN_1 && type != UCNV_US_ASCII &&
+                            type != UCNV_MBCS)) {
+      continue;
+    }
+    ++sets;
+    const TextEncoding id = IdOf(name);
+    TextConverter *to[2], *from[2];  // [0]: ICU alone, [1]: with the table
+    for (int table = 0; table < 2; ++table) {
+      Vesk::Platform::HostCalls().single_byte_tables = table == 1;
+      ASSERT_EQ(OpenConverter(&to[table], id, kUTF16), kConversionOK) << name;
+      ASSERT_EQ(OpenConverter(&from[table], kUTF16, id), kConversionOK) << name;
+    }
+    Vesk::Platform::HostCalls().single_byte_tables = true;
+    auto same = [&](TextConverter* const* pair, const void* input, size_t bytes, size_t room) {
+      const Call icu_path = Convert(pair[0], input, bytes, room), table_path = Convert(pair[1], input, bytes, room);
+      return icu_path == table_path ? std::string() : Show(icu_path) + " / " + Show(table_path);
+    };
+    std::string all_bytes;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+      const char text[] = {'x', static_cast<char>(byte), 'y'};
+      for (TextConverter* c : to) ResetConverter(c);
+      ASSERT_EQ(same(to, text, 3, 32), "") << name << " byte " << byte;
+      all_bytes += static_cast<char>(byte);
+    }
+    for (unsigned unit = 0; unit < 0x10000; ++unit) {
+      const char16_t text[] = {u'x', static_cast<char16_t>(unit), u'y'};
+      for (TextConverter* c : from) ResetConverter(c);
+      ASSERT_EQ(same(from, text, 6, 32), "") << name << " unit " << unit;
+    }
+    // Whole texts through a buffer of 7 units or bytes, call after call.
+    for (TextConverter* c : to) ResetConverter(c);
+    std::u16string units;
+    for (size_t offset = 0; offset < all_bytes.size();) {
+      const Call call = Convert(to[0], all_bytes.data() + offset, all_bytes.size() - offset, 14);
+      ASSERT_EQ(call, Convert(to[1], all_bytes.data() + offset, all_bytes.size() - offset, 14)) << name << offset;
+      units.append(reinterpret_cast<const char16_t*>(call.out.data()), call.written / 2);
+      offset += call.read;
+      if (call.status != kConversionOK && call.status != kOutputBufferFull) break;
+    }
+    for (TextConverter* c : from) ResetConverter(c);
+    for (size_t offset = 0; offset < units.size() * 2;) {
+      const char* text = reinterpret_cast<const char*>(units.data()) + offset;
+      const Call call = Convert(from[0], text, units.size() * 2 - offset, 7);
+      ASSERT_EQ(call, Convert(from[1], text, units.size() * 2 - offset, 7)) << name << offset;
+      offset += call.read;
+      if (call.status != kConversionOK && call.status != kOutputBufferFull) break;
+    }
+    for (int table = 0; table < 2; ++table) {
+      CloseConverter(to[table]);
+      CloseConverter(from[table]);
+    }
+  }
+  EXPECT_GT(sets, 50);
 }
 
 }  // namespace

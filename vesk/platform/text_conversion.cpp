@@ -9,11 +9,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <map>
-#include <mutex>
-#include <string>
-#include <vector>
+#include <memory>
 
+#include "vesk/platform/encoding_registry.h"
+#include "vesk/platform/single_byte_tables.h"
 #include "vesk/platform/text_conversion_seam.h"
 
 namespace Vesk {
@@ -33,6 +32,9 @@ struct OpaqueTECObjectRef {
   bool used_fallback = false;
   // The other side is UTF-8, which has a faster path for whole characters.
   bool utf8 = false;
+  // The other side's single-byte characters, looked up while the ICU
+  // converter holds nothing; null for sets that have none or keep state.
+  const SingleByteTable* table = nullptr;
   // The ICU converter holds nothing: no partial character, no output waiting.
   // The faster path may be taken only then.
   bool clean = true;
@@ -43,72 +45,6 @@ struct OpaqueTECObjectRef {
 };
 
 namespace {
-
-constexpr TextEncoding kFirstRegisteredId = 0x10000;
-
-ConverterHostCalls gHostCalls = {&ucnv_open, &ucnv_close, &ucnv_getCanonicalName};
-
-// Ids of the canonical converters seen so far, and a cache of the names asked
-// for. Names are kept for the life of the process.
-struct Registry {
-  std::mutex lock;
-  // Canonical names point into ICU's alias data, which lives as long as the
-  // process does.
-  std::map<std::string, TextEncoding> id_of_canonical;
-  std::vector<const char*> canonical_of_id;  // index: id - kFirstRegisteredId
-  std::map<std::string, TextEncoding> id_of_asked_name;
-};
-
-Registry& TheRegistry() {
-  // Never destroyed: converters may still be disposed of by exit handlers that
-  // run after this file's statics would be.
-  static Registry* registry = new Registry;
-  return *registry;
-}
-
-std::string Lowered(const char* text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return out;
-}
-
-TextEncoding UTF16Id() { return UnicodeTextEncoding(kUnicodeDefaultBase, 0, kUTF16Format); }
-TextEncoding UTF7Id() { return UnicodeTextEncoding(kUnicodeDefaultBase, 0, kUTF7Format); }
-TextEncoding UTF8Id() { return UnicodeTextEncoding(kUnicodeDefaultBase, 0, kUTF8Format); }
-
-const char* MachineUTF16Name() {
-#if U_IS_BIG_ENDIAN
-  return "UTF-16BE";
-#else
-  return "UTF-16LE";
-#endif
-}
-
-// The ICU converter name behind an id, or null for an unknown id. The pointer
-// stays valid for the life of the process.
-const char* IcuNameOf(TextEncoding id) {
-  if (id == UTF16Id()) return MachineUTF16Name();
-  if (id == UTF8Id()) return "UTF-8";
-  if (id == UTF7Id()) return "UTF-7";
-  if (id < kFirstRegisteredId || id == kUnknownTextEncoding) return nullptr;
-  Registry& registry = TheRegistry();
-  std::lock_guard<std::mutex> hold(registry.lock);
-  const TextEncoding index = id - kFirstRegisteredId;
-  return index < registry.canonical_of_id.size() ? registry.canonical_of_id[index] : nullptr;
-}
-
-// The canonical ICU converter name for an internet name, through the MIME and
-// IANA alias lists; null when neither list knows it.
-const char* CanonicalForInternetName(const char* name) {
-  for (const char* standard : {"MIME", "IANA"}) {
-    UErrorCode status = U_ZERO_ERROR;
-    const char* canonical = HostCalls().canonical_name(name, standard, &status);
-    if (U_SUCCESS(status) && canonical != nullptr && *canonical != '\0') return canonical;
-  }
-  return nullptr;
-}
 
 ConversionStatus StatusOf(UErrorCode code) {
   if (U_SUCCESS(code)) return kConversionOK;
@@ -166,16 +102,101 @@ void FromUnicodeFallbackOrStop(const void* context, UConverterFromUnicodeArgs* a
   if (U_SUCCESS(*status)) converter->used_fallback = true;
 }
 
-}  // namespace
-
-ConverterHostCalls& HostCalls() { return gHostCalls; }
-
-ConverterHostCalls DefaultHostCalls() { return {&ucnv_open, &ucnv_close, &ucnv_getCanonicalName}; }
-
-TextEncoding UnicodeTextEncoding(unsigned base, unsigned variant, unsigned format) {
-  return (static_cast<TextEncoding>(format & 0x3Fu) << 26) |
-         (static_cast<TextEncoding>(variant & 0x3FFu) << 16) | (base & 0xFFFFu);
+// Our converter around an open ICU converter: a from-Unicode one writes
+// fallback mappings or stops, a to-Unicode one stops.
+OpaqueTECObjectRef* Wrap(UConverter* icu, const char* name, bool from_unicode) {
+  auto* made = new OpaqueTECObjectRef;
+  made->icu = icu;
+  made->from_unicode = from_unicode;
+  made->icu_name = name;
+  UErrorCode status = U_ZERO_ERROR;
+  if (from_unicode) {
+    ucnv_setFromUCallBack(icu, FromUnicodeFallbackOrStop, made, nullptr, nullptr, &status);
+  } else {
+    ucnv_setToUCallBack(icu, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  }
+  return made;
 }
+
+// Table-driven sets without shift states: a character's bytes do not depend on
+// the characters before it once the converter holds nothing.
+bool HasSingleByteCharacters(UConverter* icu) {
+  switch (ucnv_getType(icu)) {
+    case UCNV_SBCS:
+    case UCNV_MBCS:
+    case UCNV_LATIN_1:
+    case UCNV_US_ASCII:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Asks ICU's path, on converters of its own, one byte or one unit at a time.
+class IcuProber : public SingleByteProber {
+ public:
+  IcuProber(OpaqueTECObjectRef* to_unicode, OpaqueTECObjectRef* from_unicode)
+      : to_(to_unicode), from_(from_unicode) {}
+  ~IcuProber() override {
+    for (OpaqueTECObjectRef* converter : {to_, from_}) {
+      ucnv_close(converter->icu);
+      if (converter->fallback != nullptr) ucnv_close(converter->fallback);
+      delete converter;
+    }
+  }
+
+  bool ByteToUnit(std::uint8_t byte, std::uint16_t* unit) override {
+    ucnv_resetToUnicode(to_->icu);
+    UChar out[4];
+    UChar* target = out;
+    const char* source = reinterpret_cast<const char*>(&byte);
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_toUnicode(to_->icu, &target, out + 4, &source, source + 1, nullptr, false, &status);
+    UErrorCode count_status = U_ZERO_ERROR;
+    if (U_FAILURE(status) || target - out != 1 || U16_IS_SURROGATE(out[0]) ||
+        ucnv_toUCountPending(to_->icu, &count_status) != 0) {
+      return false;
+    }
+    *unit = out[0];
+    return true;
+  }
+
+  bool UnitToByte(std::uint16_t unit, std::uint8_t* byte, bool* fallback) override {
+    ucnv_resetFromUnicode(from_->icu);
+    from_->used_fallback = false;
+    char out[8];
+    char* target = out;
+    const UChar source_unit = unit;
+    const UChar* source = &source_unit;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_fromUnicode(from_->icu, &target, out + 8, &source, source + 1, nullptr, false, &status);
+    UErrorCode count_status = U_ZERO_ERROR;
+    if (U_FAILURE(status) || target - out != 1 || ucnv_fromUCountPending(from_->icu, &count_status) != 0) {
+      return false;
+    }
+    *byte = static_cast<std::uint8_t>(out[0]);
+    *fallback = from_->used_fallback;
+    return true;
+  }
+
+ private:
+  OpaqueTECObjectRef* to_;
+  OpaqueTECObjectRef* from_;
+};
+
+std::unique_ptr<SingleByteProber> MakeProber(const char* name) {
+  UErrorCode to_status = U_ZERO_ERROR, from_status = U_ZERO_ERROR;
+  UConverter* to_unicode = ucnv_open(name, &to_status);
+  UConverter* from_unicode = ucnv_open(name, &from_status);
+  if (U_FAILURE(to_status) || U_FAILURE(from_status)) {
+    ucnv_close(to_unicode);
+    ucnv_close(from_unicode);
+    return nullptr;
+  }
+  return std::make_unique<IcuProber>(Wrap(to_unicode, name, false), Wrap(from_unicode, name, true));
+}
+
+}  // namespace
 
 ConversionStatus OpenConverter(TextConverter** converter, TextEncoding from, TextEncoding to) {
   *converter = nullptr;
@@ -199,16 +220,11 @@ ConversionStatus OpenConverter(TextConverter** converter, TextEncoding from, Tex
     if (icu != nullptr) HostCalls().close(icu);
     return kNoSuchConverter;
   }
-  auto* made = new OpaqueTECObjectRef;
-  made->icu = icu;
-  made->from_unicode = from_unicode;
-  made->icu_name = name;
+  OpaqueTECObjectRef* made = Wrap(icu, name, from_unicode);
   made->utf8 = other == UTF8Id();
-  status = U_ZERO_ERROR;
-  if (from_unicode) {
-    ucnv_setFromUCallBack(icu, FromUnicodeFallbackOrStop, made, nullptr, nullptr, &status);
-  } else {
-    ucnv_setToUCallBack(icu, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  if (!made->utf8 && HostCalls().single_byte_tables && HasSingleByteCharacters(icu)) {
+    made->table = SingleByteTable::For(name, &MakeProber);
+    if (made->table != nullptr && !made->table->Useful()) made->table = nullptr;
   }
   *converter = made;
   return kConversionOK;
@@ -357,6 +373,75 @@ void FastUTF8ToUTF16(OpaqueTECObjectRef* converter, const char*& source, const c
   target = out;
 }
 
+// The direct paths (UTF-8, a single-byte table) may be taken: the converter
+// has one and its ICU side holds nothing.
+bool Direct(const OpaqueTECObjectRef* converter) {
+  return (converter->utf8 || converter->table != nullptr) && converter->clean;
+}
+
+// The rest of a text from UTF-16, after the UTF-8 path: single-byte
+// characters through the table while ICU holds nothing, the others through
+// ICU, a run of units up to the next ASCII one at a time (all the rest when
+// there is no table or ICU holds something back).
+UErrorCode FromUTF16Rest(OpaqueTECObjectRef* converter, const UChar*& source, const UChar* source_end,
+                         unsigned char*& out, unsigned char* out_end) {
+  UErrorCode status = U_ZERO_ERROR;
+  while (source < source_end) {
+    const UChar* piece_end = source_end;
+    if (converter->table != nullptr && converter->clean) {
+      converter->table->FromUTF16(source, source_end, out, out_end, &converter->used_fallback);
+      if (source == source_end) break;
+      if (out == out_end) return U_BUFFER_OVERFLOW_ERROR;  // the rest waits for the next call
+      piece_end = source + 1;
+      while (piece_end < source_end && *piece_end >= 0x80) ++piece_end;
+    }
+    // A low surrogate that does not follow a high one can never begin a
+    // character; some ICU converters hold it back when it is the last unit
+    // given, as if more might come.
+    UErrorCode count_status = U_ZERO_ERROR;
+    const bool ends_in_lone_trail =
+        U16_IS_TRAIL(piece_end[-1]) && (piece_end - source >= 2 ? !U16_IS_LEAD(piece_end[-2])
+                                                                : ucnv_fromUCountPending(converter->icu, &count_status) == 0);
+    char* target = reinterpret_cast<char*>(out);
+    ucnv_fromUnicode(converter->icu, &target, reinterpret_cast<char*>(out_end), &source, piece_end, nullptr, false,
+                     &status);
+    out = reinterpret_cast<unsigned char*>(target);
+    const int32_t held = ucnv_fromUCountPending(converter->icu, &count_status);
+    if (U_SUCCESS(status) && ends_in_lone_trail && source == piece_end && held > 0) {
+      status = U_ILLEGAL_CHAR_FOUND;  // stop there, as in the middle of a text
+    }
+    converter->clean = U_SUCCESS(status) && held == 0;
+    if (U_FAILURE(status) || converter->table == nullptr) break;
+  }
+  return status;
+}
+
+// The rest of a text to UTF-16, likewise; ICU takes the bytes up to the next
+// one below 0x40 at a time, which in the common multi-byte sets ends a
+// character. Where it does not, ICU holds the lead byte back and takes the
+// rest of the text.
+UErrorCode ToUTF16Rest(OpaqueTECObjectRef* converter, const char*& source, const char* source_end,
+                       UChar*& target, UChar* target_end) {
+  UErrorCode status = U_ZERO_ERROR;
+  while (source < source_end) {
+    const char* piece_end = source_end;
+    if (converter->table != nullptr && converter->clean) {
+      const auto* in = reinterpret_cast<const std::uint8_t*>(source);
+      converter->table->ToUTF16(in, reinterpret_cast<const std::uint8_t*>(source_end), target, target_end);
+      source = reinterpret_cast<const char*>(in);
+      if (source == source_end) break;
+      if (target == target_end) return U_BUFFER_OVERFLOW_ERROR;
+      piece_end = source + 1;
+      while (piece_end < source_end && static_cast<std::uint8_t>(*piece_end) >= 0x40) ++piece_end;
+    }
+    ucnv_toUnicode(converter->icu, &target, target_end, &source, piece_end, nullptr, false, &status);
+    UErrorCode count_status = U_ZERO_ERROR;
+    converter->clean = U_SUCCESS(status) && ucnv_toUCountPending(converter->icu, &count_status) == 0;
+    if (U_FAILURE(status) || converter->table == nullptr) break;
+  }
+  return status;
+}
+
 }  // namespace
 
 ConversionStatus ConvertText(TextConverter* converter, const void* input, std::size_t input_bytes,
@@ -381,13 +466,8 @@ ConversionStatus ConvertText(TextConverter* converter, const void* input, std::s
     if (converter->utf8 && converter->clean) FastUTF16ToUTF8(converter, source, source_end, out, out_end);
     if (converter->pending_bytes > 0 || (source < source_end && out == out_end)) {
       status = U_BUFFER_OVERFLOW_ERROR;  // the rest waits for the next call
-    } else if (source < source_end) {
-      char* target = reinterpret_cast<char*>(out);
-      ucnv_fromUnicode(converter->icu, &target, reinterpret_cast<char*>(out_end), &source, source_end, nullptr,
-                       false, &status);
-      out = reinterpret_cast<unsigned char*>(target);
-      UErrorCode count_status = U_ZERO_ERROR;
-      converter->clean = U_SUCCESS(status) && ucnv_fromUCountPending(converter->icu, &count_status) == 0;
+    } else {
+      status = FromUTF16Rest(converter, source, source_end, out, out_end);
     }
     *bytes_read = static_cast<std::size_t>(source - source_start) * 2;
     // An odd last byte cannot begin a code unit: it is consumed and ignored,
@@ -402,10 +482,8 @@ ConversionStatus ConvertText(TextConverter* converter, const void* input, std::s
     if (converter->utf8 && converter->clean) FastUTF8ToUTF16(converter, source, source_end, target, target_end);
     if (converter->pending_bytes > 0 || (source < source_end && target == target_end)) {
       status = U_BUFFER_OVERFLOW_ERROR;
-    } else if (source < source_end) {
-      ucnv_toUnicode(converter->icu, &target, target_end, &source, source_end, nullptr, false, &status);
-      UErrorCode count_status = U_ZERO_ERROR;
-      converter->clean = U_SUCCESS(status) && ucnv_toUCountPending(converter->icu, &count_status) == 0;
+    } else {
+      status = ToUTF16Rest(converter, source, source_end, target, target_end);
     }
     out = reinterpret_cast<unsigned char*>(target);
     *bytes_read = static_cast<std::size_t>(source - source_start);
@@ -423,8 +501,8 @@ ConversionStatus FlushText(TextConverter* converter, void* output, std::size_t o
       converter, out, out_start + (converter->from_unicode ? output_bytes : output_bytes / 2 * 2));
   *bytes_written = static_cast<std::size_t>(out - out_start);
   if (!all_written) return kOutputBufferFull;
-  // A UTF-8 converter that holds nothing has nothing more to write.
-  if (converter->utf8 && converter->clean) return kConversionOK;
+  // A converter whose ICU side holds nothing has nothing more to write.
+  if (Direct(converter)) return kConversionOK;
   UErrorCode status = U_ZERO_ERROR;
   if (converter->from_unicode) {
     const UChar* source = nullptr;
@@ -445,7 +523,7 @@ ConversionStatus FlushText(TextConverter* converter, void* output, std::size_t o
 }
 
 ConversionStatus ResetConverter(TextConverter* converter) {
-  if (!(converter->utf8 && converter->clean)) ucnv_reset(converter->icu);
+  if (!Direct(converter)) ucnv_reset(converter->icu);
   converter->used_fallback = false;
   converter->clean = true;
   converter->pending_bytes = 0;
@@ -457,73 +535,6 @@ void CloseConverter(TextConverter* converter) {
   HostCalls().close(converter->icu);
   if (converter->fallback != nullptr) ucnv_close(converter->fallback);
   delete converter;
-}
-
-ConversionStatus TextEncodingFromInternetName(TextEncoding* id, const unsigned char* length_prefixed_name) {
-  *id = kUnknownTextEncoding;
-  const std::string name(reinterpret_cast<const char*>(length_prefixed_name + 1), length_prefixed_name[0]);
-  if (name.empty() || name.find('\0') != std::string::npos) return kUnknownEncoding;
-  Registry& registry = TheRegistry();
-  {
-    std::lock_guard<std::mutex> hold(registry.lock);
-    auto known = registry.id_of_asked_name.find(name);
-    if (known != registry.id_of_asked_name.end()) {
-      *id = known->second;
-      return *id == kUnknownTextEncoding ? kUnknownEncoding : kConversionOK;
-    }
-  }
-  // The alias tables are ICU's own, read-only data; only the registry needs
-  // the lock.
-  const char* canonical = CanonicalForInternetName(name.c_str());
-  TextEncoding result = kUnknownTextEncoding;
-  if (canonical != nullptr) {
-    if (std::strcmp(canonical, "UTF-8") == 0) {
-      result = UTF8Id();
-    } else if (std::strcmp(canonical, "UTF-7") == 0) {
-      result = UTF7Id();
-    } else if (std::strcmp(canonical, "UTF-16") == 0 || std::strcmp(canonical, MachineUTF16Name()) == 0) {
-      result = UTF16Id();
-    }
-  }
-  std::lock_guard<std::mutex> hold(registry.lock);
-  if (canonical != nullptr && result == kUnknownTextEncoding) {
-    auto [entry, added] = registry.id_of_canonical.emplace(
-        canonical, kFirstRegisteredId + registry.canonical_of_id.size());
-    if (added) registry.canonical_of_id.push_back(canonical);
-    result = entry->second;
-  }
-  // The cache of asked names is bounded so that a stream of made-up names
-  // cannot grow it without end.
-  if (registry.id_of_asked_name.size() < 4096) registry.id_of_asked_name.emplace(name, result);
-  *id = result;
-  return result == kUnknownTextEncoding ? kUnknownEncoding : kConversionOK;
-}
-
-ConversionStatus TextEncodingInternetName(TextEncoding id, unsigned char* name) {
-  name[0] = 0;
-  std::string text;
-  if (id == UTF16Id()) {
-    text = "utf-16";
-  } else if (id == UTF8Id()) {
-    text = "utf-8";
-  } else if (id == UTF7Id()) {
-    text = "utf-7";
-  } else {
-    const char* icu = IcuNameOf(id);
-    if (icu == nullptr) return kUnknownEncoding;
-    const char* standard_name = nullptr;
-    for (const char* standard : {"MIME", "IANA"}) {
-      UErrorCode status = U_ZERO_ERROR;
-      standard_name = ucnv_getStandardName(icu, standard, &status);
-      if (U_SUCCESS(status) && standard_name != nullptr) break;
-      standard_name = nullptr;
-    }
-    text = Lowered(standard_name != nullptr ? standard_name : icu);
-  }
-  if (text.size() > 255) text.resize(255);
-  name[0] = static_cast<unsigned char>(text.size());
-  std::memcpy(name + 1, text.data(), text.size());
-  return kConversionOK;
 }
 
 bool CanConvertTextEncoding(TextEncoding id) {

@@ -1,0 +1,164 @@
+#include "vesk/platform/single_byte_tables.h"
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+
+namespace Vesk {
+namespace Platform {
+
+namespace {
+
+// A page of units that no byte stands for, shared by every table.
+const std::uint16_t kNoPage[256] = {};
+
+struct Tables {
+  std::mutex lock;
+  std::map<std::string, const SingleByteTable*> by_name;
+};
+
+Tables& TheTables() {
+  // Never destroyed: converters hold pointers into the tables until the exit
+  // handlers have disposed of them.
+  static Tables* tables = new Tables;
+  return *tables;
+}
+
+// True when all of the eight units at `in` are below `limit` (0x80 or 0x100).
+inline bool EightBelow(const char16_t* in, std::uint16_t high_bits) {
+  const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+  const __m128i high = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(high_bits)));
+  return _mm_movemask_epi8(_mm_cmpeq_epi16(high, _mm_setzero_si128())) == 0xFFFF;
+}
+
+}  // namespace
+
+SingleByteTable::SingleByteTable(std::unique_ptr<SingleByteProber> prober) : prober_(std::move(prober)) {
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    std::uint16_t unit = 0;
+    to_direct_[byte] = prober_->ByteToUnit(static_cast<std::uint8_t>(byte), &unit);
+    to_unit_[byte] = to_direct_[byte] ? unit : 0;
+    useful_ = useful_ || to_direct_[byte];
+  }
+  const std::uint16_t* first = BuildPage(0);
+  bool same = true;
+  for (unsigned value = 0; value < 256 && same; ++value) {
+    same = to_direct_[value] && to_unit_[value] == value && first[value] == (kDirect | value);
+    if (value == 0x7F) ascii_identity_ = same;
+  }
+  latin1_identity_ = same;
+}
+
+const SingleByteTable* SingleByteTable::For(const char* icu_name,
+                                            std::unique_ptr<SingleByteProber> (*make_prober)(const char*)) {
+  Tables& tables = TheTables();
+  std::lock_guard<std::mutex> hold(tables.lock);
+  auto found = tables.by_name.find(icu_name);
+  if (found != tables.by_name.end()) return found->second;
+  std::unique_ptr<SingleByteProber> prober = make_prober(icu_name);
+  const SingleByteTable* table = prober ? new SingleByteTable(std::move(prober)) : nullptr;
+  tables.by_name.emplace(icu_name, table);
+  return table;
+}
+
+const std::uint16_t* SingleByteTable::BuildPage(unsigned page) const {
+  std::lock_guard<std::mutex> hold(build_lock_);
+  const std::uint16_t* built = pages_[page].load(std::memory_order_acquire);
+  if (built != nullptr) return built;
+  auto* entries = new std::uint16_t[256]();
+  bool any = false;
+  // Surrogates are never single characters: ICU pairs them or stops there.
+  const bool surrogates = page >= 0xD8 && page <= 0xDF;
+  for (unsigned low = 0; low < 256 && !surrogates; ++low) {
+    std::uint8_t byte = 0;
+    bool fallback = false;
+    if (prober_->UnitToByte(static_cast<std::uint16_t>(page << 8 | low), &byte, &fallback)) {
+      entries[low] = static_cast<std::uint16_t>(kDirect | (fallback ? kFallback : 0) | byte);
+      any = true;
+    }
+  }
+  if (!any) {
+    delete[] entries;
+    built = kNoPage;
+  } else {
+    built = entries;
+  }
+  pages_[page].store(built, std::memory_order_release);
+  return built;
+}
+
+void SingleByteTable::ToUTF16(const std::uint8_t*& in, const std::uint8_t* in_end, char16_t*& out,
+                              char16_t* out_end) const {
+  const std::uint8_t* source = in;
+  char16_t* target = out;
+  while (source < in_end && target < out_end) {
+    // Sixteen bytes at a time while they stand for themselves.
+    if (ascii_identity_) {
+      while (in_end - source >= 16 && out_end - target >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
+        if (!latin1_identity_ && _mm_movemask_epi8(bytes) != 0) break;
+        const __m128i zero = _mm_setzero_si128();
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target), _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + 8), _mm_unpackhi_epi8(bytes, zero));
+        source += 16;
+        target += 16;
+      }
+    }
+    // One at a time up to the next block boundary or a byte left to ICU.
+    const std::uint8_t* stop = source + std::min<std::ptrdiff_t>({in_end - source, out_end - target, 16});
+    while (source < stop) {
+      const std::uint8_t byte = *source;
+      if (!to_direct_[byte]) {
+        in = source;
+        out = target;
+        return;
+      }
+      *target++ = to_unit_[byte];
+      ++source;
+    }
+  }
+  in = source;
+  out = target;
+}
+
+void SingleByteTable::FromUTF16(const char16_t*& in, const char16_t* in_end, std::uint8_t*& out,
+                                std::uint8_t* out_end, bool* fallback) const {
+  const char16_t* source = in;
+  std::uint8_t* target = out;
+  const std::uint16_t high_bits = latin1_identity_ ? 0xFF00 : 0xFF80;
+  while (source < in_end && target < out_end) {
+    // Sixteen units at a time while they stand for themselves.
+    if (ascii_identity_) {
+      while (in_end - source >= 16 && out_end - target >= 16 && EightBelow(source, high_bits) &&
+             EightBelow(source + 8, high_bits)) {
+        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
+        const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + 8));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target), _mm_packus_epi16(low, high));
+        source += 16;
+        target += 16;
+      }
+    }
+    const char16_t* stop = source + std::min<std::ptrdiff_t>({in_end - source, out_end - target, 16});
+    while (source < stop) {
+      const std::uint16_t unit = *source;
+      const std::uint16_t* page = pages_[unit >> 8].load(std::memory_order_acquire);
+      if (page == nullptr) page = BuildPage(unit >> 8);
+      const std::uint16_t entry = page[unit & 0xFF];
+      if ((entry & kDirect) == 0) {
+        in = source;
+        out = target;
+        return;
+      }
+      if ((entry & kFallback) != 0) *fallback = true;
+      *target++ = static_cast<std::uint8_t>(entry);
+      ++source;
+    }
+  }
+  in = source;
+  out = target;
+}
+
+}  // namespace Platform
+}  // namespace Vesk
