@@ -75,7 +75,27 @@ ExitHandler::~ExitHandler() {
 }
 
 unsigned long UnicodeId(unsigned format) {
-  return Platform::UnicodeTextEncoding(Platform::kUnicodeDefaultBase, 0, format);
+  // Asked once: every conversion needs one of them.
+  static const unsigned long ids[] = {
+      Platform::UnicodeTextEncoding(Platform::kUnicodeDefaultBase, 0, Platform::kUTF16Format),
+      Platform::UnicodeTextEncoding(Platform::kUnicodeDefaultBase, 0, Platform::kUTF7Format),
+      Platform::UnicodeTextEncoding(Platform::kUnicodeDefaultBase, 0, Platform::kUTF8Format)};
+  static_assert(Platform::kUTF16Format == 0 && Platform::kUTF7Format == 1 && Platform::kUTF8Format == 2,
+                "the formats index the table");
+  return ids[format];
+}
+
+// Makes room for `more` units behind the result. When the result must grow,
+// it grows to what the whole text will likely need, judged by what the input
+// read so far gave, so that a long text is copied once or twice rather than
+// at every doubling.
+template <class Text>
+void MakeRoom(Text& result, std::size_t more, std::size_t input_read, std::size_t input_total) {
+  const std::size_t needed = result.size() + more;
+  if (needed <= result.capacity() || input_read == 0) return;
+  const std::size_t expected = static_cast<std::size_t>(
+      static_cast<unsigned long long>(needed) * input_total / input_read);
+  result.reserve(std::max(needed, expected + expected / 16 + 16));
 }
 
 // Takes the earliest idle converter with this key out of the map, keeping its
@@ -144,6 +164,7 @@ std::string WideToCharSet(const std::basic_string<unsigned short>& text, unsigne
     if (status == Platform::kOutputBufferFull || status == Platform::kUsedFallbacks) status = 0;
     offset += bytes_read;
     remaining -= bytes_read;
+    MakeRoom(result, bytes_written, offset, text.size() * 2);
     result.append(buffer, bytes_written);
   }
   // After a flush this is the flushed tail; after a stop it repeats the last
@@ -179,6 +200,7 @@ std::basic_string<unsigned short> CharSetToWide(const std::string& text, unsigne
     if (status == Platform::kOutputBufferFull || status == Platform::kUsedFallbacks) status = 0;
     offset += bytes_read;
     remaining -= bytes_read;
+    MakeRoom(result, bytes_written / 2, offset, text.size());
     result.append(buffer, bytes_written / 2);
   }
   result.append(buffer, bytes_written / 2);
