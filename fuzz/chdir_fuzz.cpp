@@ -196,8 +196,8 @@ Vesk::URIRelation Mirror(Vesk::URIRelation relation) {
   return relation;
 }
 
-// GetCommonParent one ".." at a time, as the definition has it (with the
-// library's stop for a copy that the "." has made relative); without a
+// GetCommonParent one ".." at a time, as the definition has it, with the
+// library's stop before a ".." that would lengthen a relative copy; without a
 // resolver the library works the climb out instead, and both must agree.
 URI LiteralCommonParent(const URI& a, const URI& b, bool caseSensitive) {
   URI climber(a);
@@ -205,12 +205,15 @@ URI LiteralCommonParent(const URI& a, const URI& b, bool caseSensitive) {
   if (climber.IsRelative() || fixed.IsRelative()) return URI();
   climber.ChDir(".", false);
   fixed.ChDir(".", false);
-  while (!climber.IsRelative()) {
+  for (;;) {
     const Vesk::URIRelation relation = climber.GetRelation(fixed, caseSensitive);
     if (relation == Vesk::URIRelationSame || relation == Vesk::URIRelationParent) break;
-    const std::string before = climber.ToString(false);
+    const URI before = climber;
+    const std::string text = before.ToString(false);
     climber.ChDir("..", false);
-    if (climber.ToString(false) == before) break;
+    const std::string moved = climber.ToString(false);
+    if (moved == text) break;
+    if (before.IsRelative() && moved.size() > text.size()) return before;
   }
   return climber;
 }

@@ -21,11 +21,12 @@ using Names = std::map<std::string, std::string>;
 
 URI Make(const char* text) { return text == kBlank ? URI() : URI(text); }
 
-// Maps hosts to other hosts, or a host to a whole URI, and counts its calls.
+// Maps hosts to other hosts, or a host to a whole URI, then applies `then`
+// if given, and counts its calls.
 class CountingResolver : public Vesk::URIResolver {
  public:
-  explicit CountingResolver(Names hosts, Names uris = Names())
-      : hosts_(std::move(hosts)), uris_(std::move(uris)) {}
+  explicit CountingResolver(Names hosts, Names uris = Names(), URI (*then)(URI) = nullptr)
+      : hosts_(std::move(hosts)), uris_(std::move(uris)), then_(then) {}
   URI Resolve(const URI& uri) override {
     ++calls;
     const std::string host = uri.GetAuthority();
@@ -34,13 +35,14 @@ class CountingResolver : public Vesk::URIResolver {
     URI result(uri);
     const auto renamed = hosts_.find(host);
     if (renamed != hosts_.end()) result.SetAuthority(renamed->second);
-    return result;
+    return then_ != nullptr ? then_(result) : result;
   }
   int calls = 0;
 
  private:
   Names hosts_;
   Names uris_;
+  URI (*then_)(URI);
 };
 
 // Installs a resolver for one scope and puts the previous one back.
@@ -198,6 +200,29 @@ TEST(GetCommonParent, DeepestDirectoryHoldingBoth) {
   EXPECT_FALSE(mail.IsValidURI());
   EXPECT_TRUE(mail.m_Path.empty());
   EXPECT_TRUE(mail.m_NonHierarchical.empty());
+}
+
+// A first copy that the "." leaves relative climbs too, and the resolver sees
+// both copies each time: two calls for the operands, two per GetRelation.
+TEST(GetCommonParent, FirstCopyLeftRelativeClimbs) {
+  URI object("http://host/a/b");
+  object.SetScheme("");
+  const struct {
+    URI (*then)(URI);
+    const char* expected;
+    int calls;
+  } rows[] = {
+      // Made absolute on http://host, /a/ is below the other; one climb.
+      {[](URI u) { return u.IsRelative() ? URI("http://host" + std::string(u.m_Path)) : u; }, "/", 2 + 2 * 2},
+      {[](URI) { return URI(); }, "", 2 + 2 * 1},  // two blank URIs are the same place
+      {nullptr, "/", 0},                           // with no resolver, up to the root
+  };
+  for (const auto& row : rows) {
+    CountingResolver resolver(Names(), Names(), row.then);
+    ResolverScope scope(row.then != nullptr ? &resolver : nullptr);
+    EXPECT_EQ(object.GetCommonParent(URI("http://host/"), true).ToString(false), row.expected) << row.calls;
+    EXPECT_EQ(resolver.calls, row.calls);
+  }
 }
 
 TEST(GetCommonParent, DeepPaths) {

@@ -37,22 +37,21 @@ URI URI::GetCommonParent(const URI& other, bool caseSensitive) const {
   climber.ChDir(".", false);
   fixed.ChDir(".", false);
 
-  // A URI that the "." has made relative (a blank or an "unknown:" one) has no
-  // root: climbing would only pile up "..", so it stays where it is.
-  if (climber.IsRelative()) return climber;
-
-  if (m_Resolver != nullptr) {
-    // Only the first climbs, one ".." at a time, until it has reached or
-    // passed the second, or its own root; the resolver sees both at each
-    // step. The climb ends when a move changes nothing of the text: scheme,
-    // authority and flags stay through a move by "..", so comparing path,
-    // query and fragment is comparing the whole ToString(false).
+  // With a resolver, or for a first copy that the "." has made relative (a
+  // blank, an "unknown:" or a scheme-less one), the climb is walked one ".."
+  // at a time: the resolver sees both at each step, and a relative copy may
+  // reach the second only through it. Only the first climbs, until it has
+  // reached or passed the second, or a move leaves its text as it was. A move
+  // that lengthens a relative copy climbs above the start of its path, and
+  // would go on doing so ("../", "../../", ...): the copy stops before it.
+  if (m_Resolver != nullptr || climber.IsRelative()) {
     while (!ReachedOther(climber.GetRelation(fixed, caseSensitive))) {
-      const std::string path = climber.m_Path;
-      const std::string query = climber.m_Query;
-      const std::string fragment = climber.m_Fragment;
+      const URI before = climber;
+      const std::string text = before.ToString(false);
       climber.ChDir("..", false);
-      if (climber.m_Path == path && climber.m_Query == query && climber.m_Fragment == fragment) break;
+      const std::string moved = climber.ToString(false);
+      if (moved == text) break;
+      if (before.IsRelative() && moved.size() > text.size()) return before;
     }
     return climber;
   }
