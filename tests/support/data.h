@@ -1,6 +1,5 @@
-// Test data files under VESK_DATA_DIR (the repository's data/ unless the
-// build was configured with another folder). A test whose file is not there
-// is skipped, never failed: a source tree without the data still passes.
+// Data files of the tests, under VESK_DATA_DIR (the repository's data/ unless
+// configured otherwise). A missing file skips its test; it never fails it.
 #ifndef VESK_TESTS_SUPPORT_DATA_H_
 #define VESK_TESTS_SUPPORT_DATA_H_
 
@@ -11,30 +10,25 @@
 
 namespace vesktest {
 
-// Marks the running test skipped, naming the missing file and where to get it.
-inline void SkipForMissingData(const std::string& relative, const std::string& path) {
-  const std::string folder = relative.substr(0, relative.find('/'));
-  GTEST_SKIP() << "data file " << relative << " not found (looked for " << path << "); data/" << folder
-               << "/README.md in the source tree says where it comes from; "
-               << "configure with -DVESK_DATA_DIR=<folder holding " << relative << "> to run this test";
-}
-
-// The path of a file under the data folder, e.g. "urls/kasztp.txt"; "" when it
-// is not there, after marking the running test skipped. Failures recorded
-// afterwards still fail the test, so a test reading several files may go on
-// with the others.
+// The path of a file under the data folder, e.g. "urls/kasztp.txt"; "" when
+// it is missing, after marking the running test skipped with a message that
+// names the file and where to get it.
 inline std::string DataFile(const std::string& relative) {
-  std::string path = std::string(VESK_DATA_DIR) + "/" + relative;
-  if (std::ifstream(path, std::ios::binary).good()) return path;
-  SkipForMissingData(relative, path);
+  const std::string path = std::string(VESK_DATA_DIR) + "/" + relative;
+  if (std::ifstream(path).good()) return path;
+  [&] {
+    GTEST_SKIP() << "data file " << relative << " is not in " << VESK_DATA_DIR << "; data/"
+                 << relative.substr(0, relative.find('/')) << "/README.md in the source tree says where it "
+                 << "comes from; configure with -DVESK_DATA_DIR=<a folder holding it> to run this test";
+  }();
   return {};
 }
 
 }  // namespace vesktest
 
-// In a test body: declares `var` as the path of the data file `relative`, or
-// skips the test and returns from it when the file is missing.
-#define VESK_DATA_FILE_OR_SKIP(var, relative)             \
+// In a test body: `var` is the path of the data file `relative`, or the test
+// is skipped and returns here.
+#define VESK_DATA_FILE_OR_SKIP(var, relative)              \
   const std::string var = ::vesktest::DataFile(relative); \
   if (var.empty()) return
 
