@@ -11,6 +11,7 @@
 // leaves a relative URI, which MakeAbsoluteURI takes back where the path
 // promises a round trip. The two texts also go through GetRelationByString
 // both ways round and GetCommonParentByString.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -227,8 +228,12 @@ void CheckRelation(const std::string& a, const std::string& b) {
   const URI second(b);
   for (const bool caseSensitive : {true, false}) {
     const URI parent = URI::GetCommonParentByString(a, b, caseSensitive);
-    Require(SameState(parent, LiteralCommonParent(first, second, caseSensitive)),
-            "GetCommonParent differs from its step-by-step definition");
+    // The step-by-step definition climbs one ".." at a time, each step a
+    // ChDir over the whole path: quadratic in the depth, so it only checks
+    // operands of up to 64 levels.
+    if (std::count(a.begin(), a.end(), '/') <= 64)
+      Require(SameState(parent, LiteralCommonParent(first, second, caseSensitive)),
+              "GetCommonParent differs from its step-by-step definition");
     if (first.m_IsRelative || second.m_IsRelative) {
       Require(SameState(parent, URI()), "common parent of a relative URI is not blank");
       continue;

@@ -447,6 +447,7 @@ TEST(CStringPools, ThreadCachesGoBackToTheirPools) {
   EXPECT_EQ(Vesk::CheckPool(*pool), "");
   lock.unlock();
   for (void* b : blocks) EXPECT_EQ(free_blocks.count(b), 1u);
+  EXPECT_EQ(Vesk::CheckStringPools(), "");
 }
 
 TEST(CStringPools, FullCacheGivesABatchBack) {

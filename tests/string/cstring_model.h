@@ -335,7 +335,9 @@ class Run {
         cs_[k] = CString();
         model_[k].clear();
       }
-      if (TextOf(cs_[k]) != model_[k])
+      const unsigned short* units = cs_[k];
+      if (static_cast<size_t>(cs_[k].GetLength()) != model_[k].size() ||
+          !std::equal(model_[k].begin(), model_[k].end(), units))
         return "op " + std::to_string(op) + ": slot " + std::to_string(k) + " text differs";
       const std::string why = Vesk::CheckCString(cs_[k]);
       if (!why.empty()) return "op " + std::to_string(op) + ": slot " + std::to_string(k) + ": " + why;

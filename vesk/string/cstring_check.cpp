@@ -46,6 +46,18 @@ std::string CheckPool(const CFixedAlloc& pool) {
   return {};
 }
 
+std::string CheckStringPools() {
+  for (int cls = 0; cls < StringPools::kClassCount; ++cls) {
+    StringPools::SpinLock& lock = StringPools::PoolLock(cls);
+    lock.lock();
+    const CFixedAlloc* pool = StringPools::PoolPointer(cls);
+    std::string fault = pool == nullptr ? std::string() : CheckPool(*pool);
+    lock.unlock();
+    if (!fault.empty()) return "pool of " + std::to_string(StringPools::kCapacity[cls]) + " units: " + fault;
+  }
+  return {};
+}
+
 std::string CheckCString(const CString& s) {
   const CStringData* data = s.GetData();
   const unsigned short* text = s;

@@ -22,6 +22,11 @@ std::string CheckCString(const CString& s);
 // other threads away from the pool.
 std::string CheckPool(const CFixedAlloc& pool);
 
+// CheckPool of each of the four CString pools that exists, each under its
+// lock; empty when all are sound, otherwise names the size class and the fault.
+// Blocks held in threads' caches are in use as far as the pool is concerned.
+std::string CheckStringPools();
+
 // The number of slabs in the pool's chain.
 int PlexCount(const CFixedAlloc& pool);
 

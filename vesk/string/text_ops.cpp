@@ -34,55 +34,127 @@ unsigned short SeparatorUnit(char separator) {
   return static_cast<unsigned short>(static_cast<short>(static_cast<signed char>(separator)));
 }
 
-// First occurrence of non-empty `sought` in zero-terminated `text`, or null.
-const unsigned short* Search(const unsigned short* text, const unsigned short* sought) {
-  const unsigned short first = sought[0];
-  for (; *text != 0; ++text) {
-    if (*text != first) continue;
-    size_t i = 1;
-    while (sought[i] != 0 && text[i] == sought[i]) ++i;
-    if (sought[i] == 0) return text;
-  }
-  return nullptr;
-}
-
-// The first unit in [p, end) that equals `unit` or zero, or `end`. Eight
-// units at a time where the machine allows; `end` bounds every read.
-const unsigned short* FindUnitOrZero(const unsigned short* p, const unsigned short* end,
-                                     unsigned short unit) {
+// The first unit in [p, end) that equals `unit` (or, with kStopAtZero, is
+// zero), or `end`. Eight units at a time where the machine allows; `end`
+// bounds every read.
+template <bool kStopAtZero>
+const unsigned short* FindUnitIn(const unsigned short* p, const unsigned short* end, unsigned short unit) {
 #if defined(__SSE2__)
   const __m128i wanted = _mm_set1_epi16(static_cast<short>(unit));
   const __m128i zero = _mm_setzero_si128();
   while (end - p >= 8) {
     const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    const int mask =
-        _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, wanted), _mm_cmpeq_epi16(units, zero)));
+    __m128i hits = _mm_cmpeq_epi16(units, wanted);
+    if (kStopAtZero) hits = _mm_or_si128(hits, _mm_cmpeq_epi16(units, zero));
+    const int mask = _mm_movemask_epi8(hits);
     if (mask != 0) return p + (__builtin_ctz(static_cast<unsigned>(mask)) >> 1);
     p += 8;
   }
 #endif
   for (; p < end; ++p)
-    if (*p == unit || *p == 0) return p;
+    if (*p == unit || (kStopAtZero && *p == 0)) return p;
   return end;
 }
 
-// Search of non-empty `sought` in the zero-terminated stretch at `text`,
-// inside a buffer whose units up to `end` may be read (a zero unit lies
-// before `end`). Returns the match, or null with `*stop` at the zero unit
-// that ended the stretch.
-const unsigned short* SearchStretch(const unsigned short* text, const unsigned short* end,
-                                    const unsigned short* sought, const unsigned short** stop) {
-  const unsigned short first = sought[0];
-  for (const unsigned short* p = text;; ++p) {
-    p = FindUnitOrZero(p, end, first);
-    if (p == end || *p == 0) {
-      *stop = p;
-      return nullptr;
-    }
-    size_t i = 1;
-    while (sought[i] != 0 && p[i] == sought[i]) ++i;
-    if (sought[i] == 0) return p;
+const unsigned short* FindUnitOrZero(const unsigned short* p, const unsigned short* end, unsigned short unit) {
+  return FindUnitIn<true>(p, end, unit);
+}
+
+// The search behind Find, Replace and _mbsstr: the first match of a sought
+// text of at least one unit in a range of units, in time linear in the range
+// and the sought text whatever they hold. It is the two-way search: the
+// sought text is cut at a critical factorisation (found from its maximal
+// suffixes); the right half is compared left to right, the left half right to
+// left, and a mismatch shifts by an amount that never skips a match. Where
+// the right half's first unit does not line up, the window jumps to where it
+// does by a vector scan, which keeps ordinary text fast.
+class UnitSearch {
+ public:
+  UnitSearch(const unsigned short* sought, int length) : x_(sought), m_(length) {
+    int p = 0, q = 0;
+    const int i = MaximalSuffix(false, &p);
+    const int j = MaximalSuffix(true, &q);
+    ell_ = i > j ? i : j;
+    period_ = i > j ? p : q;
+    periodic_ = std::equal(x_, x_ + ell_ + 1, x_ + period_);
+    if (!periodic_) period_ = std::max(ell_ + 1, m_ - ell_ - 1) + 1;
   }
+
+  // Position of the first match that lies inside text[from, n), or -1.
+  int Next(const unsigned short* text, int n, int from) const {
+    const int last_start = n - m_;
+    const int pivot = ell_ + 1;  // first unit of the right half
+    int memory = -1;             // units known to match at the window's start
+    for (int j = from; j <= last_start;) {
+      int i;
+      if (memory < 0) {
+        const unsigned short* at =
+            FindUnitIn<false>(text + j + pivot, text + last_start + pivot + 1, x_[pivot]);
+        if (at == text + last_start + pivot + 1) return -1;
+        j = static_cast<int>(at - text) - pivot;
+        i = pivot + 1;
+      } else {
+        i = std::max(ell_, memory) + 1;
+      }
+      while (i < m_ && x_[i] == text[i + j]) ++i;
+      if (i < m_) {
+        j += i - ell_;
+        memory = -1;
+        continue;
+      }
+      const int floor = periodic_ ? memory : -1;
+      i = ell_;
+      while (i > floor && x_[i] == text[i + j]) --i;
+      if (i <= floor) return j;
+      j += period_;
+      if (periodic_) memory = m_ - period_ - 1;
+    }
+    return -1;
+  }
+
+ private:
+  // Start (less one) of the maximal suffix of the sought text under the unit
+  // order, or under the reversed order; `*period` gets that suffix's period.
+  int MaximalSuffix(bool reversed, int* period) const {
+    int ms = -1, j = 0, k = 1;
+    *period = 1;
+    while (j + k < m_) {
+      const unsigned short a = x_[j + k], b = x_[ms + k];
+      if (reversed ? a > b : a < b) {
+        j += k;
+        k = 1;
+        *period = j - ms;
+      } else if (a == b) {
+        if (k != *period) {
+          ++k;
+        } else {
+          j += *period;
+          k = 1;
+        }
+      } else {
+        ms = j;
+        j = ms + 1;
+        k = *period = 1;
+      }
+    }
+    return ms;
+  }
+
+  const unsigned short* x_;
+  int m_;
+  int ell_;
+  int period_;
+  bool periodic_;
+};
+
+// The search of Find on the zero-terminated stretch of `text` that begins at
+// `start`, inside a string of `length` units (a terminator at `length`):
+// position of the first match of non-empty `sought`, or -1.
+int SearchStretch(const unsigned short* text, int length, int start, const unsigned short* sought) {
+  const int stop = static_cast<int>(FindUnitOrZero(text + start, text + length + 1, 0) - text);
+  const int sought_length = ScanLength(sought);
+  if (sought_length > stop - start) return -1;
+  return UnitSearch(sought, sought_length).Next(text, stop, start);
 }
 
 bool InSet(unsigned short unit, const unsigned short* set) {
@@ -128,23 +200,72 @@ int ScanSeparators(const CString& s, const CString& separator, int from, F on_ma
 // The Find of CString on plain text: position of `sought` in `text`, or -1.
 int FindText(const unsigned short* text, const unsigned short* sought) {
   if (sought == nullptr || *sought == 0) return DoubleByteMode() && *text == 0 ? -1 : 0;
-  const unsigned short* hit = Search(text, sought);
-  return hit == nullptr ? -1 : static_cast<int>(hit - text);
+  return SearchStretch(text, ScanLength(text), 0, sought);
 }
 
-// GetPartRange for either kind of separator: `part(i)` gives part i and
-// `join(result)` appends one separator.
-template <typename Part, typename Join>
-CString PartRange(const CString& s, int count, int first, int last, Part part, Join join) {
+// Parts `lo` to `hi` - 1 of the char form, as GetPart gives each, found in
+// one pass: a part starts one past the separator that ends the part before,
+// and ends at the next separator unit, or runs to the end of the string when
+// a zero unit comes first (GetPart's Find stops there).
+std::vector<CString> CharParts(const CString& s, char separator, int lo, int hi) {
+  const int value = SeparatorValue(separator);
+  const unsigned short unit = SeparatorUnit(separator);
+  const unsigned short* text = s;
+  const int length = s.GetLength();
+  std::vector<CString> parts;
+  int start = 0;
+  for (int index = 0; index < hi; ++index) {
+    if (index > 0) {
+      if (value < 0) break;  // never matches: no part past the first
+      const unsigned short* at = FindUnitIn<false>(text + start, text + length, static_cast<unsigned short>(value));
+      if (at == text + length) break;
+      start = static_cast<int>(at - text) + 1;
+    }
+    if (index < lo) continue;
+    const int end = static_cast<int>(FindUnitOrZero(text + start, text + length + 1, unit) - text);
+    parts.push_back(text[end] == unit ? s.Mid(start, end - start) : s.Mid(start));
+  }
+  return parts;
+}
+
+// GetPartRange for either kind of separator: parts `first` up to `last` with
+// the `separator_length` units at `separator` between them. `parts(lo, hi)`
+// gives parts lo to hi - 1 (all inside the count). The parts outside the count
+// are empty, so only their separators are written, all into one buffer.
+template <typename Parts>
+CString PartRange(const CString& s, int count, int first, int last, const unsigned short* separator,
+                  int separator_length, Parts parts) {
   if (first == 0 && last == count) return s;
   if (last == -1) last = count;
-  if (first == last) return part(first);
-  if (last < first) return CString();
-  CString result = part(first);
-  for (int i = first + 1; i < last; ++i) {
-    join(result);
-    if (i >= 0 && i < count) result += part(i);
+  if (first == last) {
+    if (first < 0 || first >= count) return CString();
+    return parts(first, first + 1).front();
   }
+  if (last < first) return CString();
+  const int lo = std::clamp(first, 0, count), hi = std::clamp(last, 0, count);
+  const std::vector<CString> inside = lo < hi ? parts(lo, hi) : std::vector<CString>();
+  long long total = (static_cast<long long>(last) - first - 1) * separator_length;
+  for (const CString& part : inside) total += part.GetLength();
+  if (total > INT_MAX) throw std::bad_alloc();
+  CString result;
+  result.AllocBuffer(static_cast<int>(total));
+  unsigned short* out = result.GetData()->data();
+  long long written = 0;  // parts written, empty ones included
+  const auto separators = [&](long long n) {
+    for (; n > 0; --n, out += separator_length) MoveUnits(out, separator, separator_length);
+  };
+  const auto empty_parts = [&](long long n) {
+    if (n <= 0) return;
+    separators(written == 0 ? n - 1 : n);
+    written += n;
+  };
+  empty_parts(static_cast<long long>(inside.empty() ? last : lo) - first);
+  for (const CString& part : inside) {
+    if (written++ > 0) separators(1);
+    MoveUnits(out, part, part.GetLength());
+    out += part.GetLength();
+  }
+  if (!inside.empty()) empty_parts(static_cast<long long>(last) - hi);
   return result;
 }
 
@@ -228,16 +349,19 @@ CString CString::GetPart(const CString& separator, int index) const {
 
 CString CString::GetPartRange(char separator, int first, int last) const {
   if (first == 0 && last == -1) return *this;
-  return PartRange(
-      *this, GetPartCount(separator), first, last, [&](int i) { return GetPart(separator, i); },
-      [&](CString& result) { result += SeparatorUnit(separator); });
+  const unsigned short unit = SeparatorUnit(separator);
+  return PartRange(*this, GetPartCount(separator), first, last, &unit, 1,
+                   [&](int lo, int hi) { return CharParts(*this, separator, lo, hi); });
 }
 
 CString CString::GetPartRange(const CString& separator, int first, int last) const {
   if (first == 0 && last == -1) return *this;
-  return PartRange(
-      *this, GetPartCount(separator), first, last, [&](int i) { return GetPart(separator, i); },
-      [&](CString& result) { result += separator; });
+  return PartRange(*this, GetPartCount(separator), first, last, separator, separator.GetLength(),
+                   [&](int lo, int hi) {
+                     std::vector<CString> parts;
+                     for (int i = lo; i < hi; ++i) parts.push_back(GetPart(separator, i));
+                     return parts;
+                   });
 }
 
 CString CString::GetLastPart(char separator) const {
@@ -270,9 +394,7 @@ int CString::Find(const unsigned short* text) const { return Find(text, 0); }
 int CString::Find(const unsigned short* text, int start) const {
   if (start < 0 || start > GetLength()) return -1;
   if (text == nullptr || *text == 0) return DoubleByteMode() && m_chars[start] == 0 ? -1 : start;
-  const unsigned short* stop;
-  const unsigned short* hit = SearchStretch(m_chars + start, m_chars + GetLength() + 1, text, &stop);
-  return hit == nullptr ? -1 : static_cast<int>(hit - m_chars);
+  return SearchStretch(m_chars, GetLength(), start, text);
 }
 
 int CString::ReverseFind(unsigned short unit) const {
@@ -465,18 +587,12 @@ int CString::Replace(const unsigned short* from, const unsigned short* to, int) 
   const int from_length = ScanLength(from);
   const int to_length = ScanLength(to);
 
-  // Counting pass, stretch by stretch: zero units end a stretch, not the scan.
+  // Counting pass. No match can span a zero unit, since `from` holds none, so
+  // the non-overlapping matches of the whole buffer, left to right, are those
+  // of its zero-terminated stretches one after the other.
   std::vector<int> matches;
-  const unsigned short* const end = m_chars + length + 1;
-  for (const unsigned short* p = m_chars; p < m_chars + length;) {
-    const unsigned short* stop;
-    if (const unsigned short* hit = SearchStretch(p, end, from, &stop)) {
-      matches.push_back(static_cast<int>(hit - m_chars));
-      p = hit + from_length;
-    } else {
-      p = stop + 1;  // over the zero unit into the next stretch
-    }
-  }
+  const UnitSearch search(from, from_length);
+  for (int at = 0; (at = search.Next(m_chars, length, at)) >= 0; at += from_length) matches.push_back(at);
   if (matches.empty()) return 0;
 
   CopyBeforeWrite();
@@ -486,31 +602,26 @@ int CString::Replace(const unsigned short* from, const unsigned short* to, int) 
   if (grown > INT_MAX) throw std::bad_alloc();
   const int new_length = static_cast<int>(grown);
   CStringData* data = GetData();
-  if (new_length > data->capacity) {
-    // Into a new buffer: the segments between matches, and `to` for each.
-    const unsigned short* old_text = data->data();
-    AllocBuffer(new_length);
-    int read = 0, write = 0;
+  // Left to right, the segments between matches and `to` for each, from
+  // `source` to m_chars starting at unit `first`: into a new buffer, or in
+  // place when shrinking, where writing never passes reading.
+  const auto copy_forward = [&](const unsigned short* source, int first) {
+    int read = first, write = first;
     for (int at : matches) {
-      MoveUnits(m_chars + write, old_text + read, at - read);
+      MoveUnits(m_chars + write, source + read, at - read);
       write += at - read;
       MoveUnits(m_chars + write, to, to_length);
       write += to_length;
       read = at + from_length;
     }
-    MoveUnits(m_chars + write, old_text + read, length - read);
+    MoveUnits(m_chars + write, source + read, length - read);
+  };
+  if (new_length > data->capacity) {
+    AllocBuffer(new_length);
+    copy_forward(data->data(), 0);
     Release(data);
   } else if (to_length <= from_length) {
-    // Shrinking in place: left to right, writing never passes reading.
-    int read = matches.front(), write = matches.front();
-    for (size_t k = 0; k < matches.size(); ++k) {
-      MoveUnits(m_chars + write, m_chars + read, matches[k] - read);
-      write += matches[k] - read;
-      MoveUnits(m_chars + write, to, to_length);
-      write += to_length;
-      read = matches[k] + from_length;
-    }
-    MoveUnits(m_chars + write, m_chars + read, length - read);
+    copy_forward(m_chars, matches.front());
   } else {
     // Growing in place: right to left, so that nothing is overwritten unread.
     int source_end = length, target_end = new_length;
