@@ -97,4 +97,36 @@ TEST(TranscoderStress, SharedEncodingsFromEightThreads) {
   Vesk::TranscoderView::DisposeIdleConverters();
 }
 
+// The tables of a set that no conversion has used yet are built by eight
+// threads at once, each looking up a unit of every page; every result must
+// equal the one a single thread gets afterwards.
+TEST(TranscoderStress, TablesOfANewSetFromEightThreads) {
+  const char* const encoding = "windows-1251";
+  std::string bytes;
+  for (int byte = 0; byte < 256; ++byte) bytes += static_cast<char>(byte);
+  std::atomic<int> ready{0};
+  std::vector<std::vector<std::string>> results(8);
+  std::vector<Wide> wide(8);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 8; ++t) {
+    threads.emplace_back([&, t] {
+      ready.fetch_add(1);
+      while (ready.load() < 8) std::this_thread::yield();
+      wide[t] = Transcoder::EncodingToUTF16(bytes, encoding);
+      for (unsigned page = 0; page < 256; ++page) {
+        const Wide text = {'a', static_cast<unsigned short>(page << 8 | (t * 37 + page) % 256), 'b'};
+        results[t].push_back(Transcoder::UTF16ToEncoding(text, encoding));
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int t = 0; t < 8; ++t) {
+    EXPECT_EQ(wide[t], Transcoder::EncodingToUTF16(bytes, encoding)) << t;
+    for (unsigned page = 0; page < 256; ++page) {
+      const Wide text = {'a', static_cast<unsigned short>(page << 8 | (t * 37 + page) % 256), 'b'};
+      ASSERT_EQ(results[t][page], Transcoder::UTF16ToEncoding(text, encoding)) << t << " " << page;
+    }
+  }
+}
+
 }  // namespace
