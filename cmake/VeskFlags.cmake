@@ -29,3 +29,9 @@ function(vesk_export_list target map)
   endif()
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 endfunction()
+
+# Line and branch counts for gcovr: every target instrumented, nothing optimised away.
+if(VESK_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()

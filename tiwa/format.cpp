@@ -228,8 +228,177 @@ size_t ReadNumber(const unsigned short*& f) {
   return n;
 }
 
-void Run(Sink& sink, const unsigned short* f, Arguments& args) {
+// Length modifiers of one letter that stand alone.
+constexpr struct {
+  unsigned short letter;
+  Field::Length length;
+} kSingleLetterLengths[] = {{'q', Field::kLongLong}, {'L', Field::kLongDouble}, {'j', Field::kIntMax},
+                            {'z', Field::kSize},     {'t', Field::kPtrDiff},    {'w', Field::kWide}};
+
+// Reads a directive's flags, width, precision and length modifier from `f`,
+// just past its '%', taking the arguments that '*' asks for. Leaves `f` on
+// the conversion letter.
+Field ReadField(const unsigned short*& f, Arguments& args) {
+  Field field;
+  for (;; ++f) {
+    if (*f == '-')
+      field.left = true;
+    else if (*f == '+')
+      field.plus = true;
+    else if (*f == ' ')
+      field.space = true;
+    else if (*f == '#')
+      field.alternate = true;
+    else if (*f == '0')
+      field.zero = true;
+    else if (*f == '\'')
+      field.grouping = true;
+    else
+      break;
+  }
+  if (*f == '*') {
+    ++f;
+    const int w = va_arg(args.list, int);
+    if (w < 0) field.left = true;
+    field.width = w < 0 ? static_cast<size_t>(-static_cast<long long>(w)) : static_cast<size_t>(w);
+  } else {
+    field.width = ReadNumber(f);
+  }
+  if (*f == '.') {
+    ++f;
+    if (*f == '*') {
+      ++f;
+      const int p = va_arg(args.list, int);
+      field.precision = p < 0 ? -1 : p;
+    } else {
+      field.precision = static_cast<int>(std::min<size_t>(ReadNumber(f), INT_MAX));
+    }
+  }
+  switch (*f) {
+    case 'h':
+      ++f;
+      field.length = Field::kShort;
+      if (*f == 'h') ++f, field.length = Field::kChar;
+      break;
+    case 'l':
+      ++f;
+      field.length = Field::kLong;
+      if (*f == 'l') ++f, field.length = Field::kLongLong;
+      break;
+    case 'I':
+      ++f;
+      if (f[0] == '6' && f[1] == '4')
+        f += 2, field.length = Field::kLongLong;
+      else if (f[0] == '3' && f[1] == '2')
+        f += 2, field.length = Field::kNone;
+      else
+        field.length = Field::kSize;
+      break;
+    default:
+      for (const auto& single : kSingleLetterLengths) {
+        if (*f == single.letter) {
+          ++f;
+          field.length = single.length;
+          break;
+        }
+      }
+      break;
+  }
+  return field;
+}
+
+// Writes one converted argument; `start` to `end` is the directive's text,
+// copied as it stands for a conversion letter that is not known.
+void PutConversion(Sink& sink, const Field& field, unsigned short conversion, Arguments& args,
+                   const unsigned short* start, const unsigned short* end) {
   static const unsigned short kNull[] = {'(', 'n', 'u', 'l', 'l', ')'};
+  const bool narrow_text =
+      (conversion == 's' && field.length == Field::kShort) ||
+      (conversion == 'S' && field.length != Field::kLong && field.length != Field::kWide);
+  const bool narrow_char =
+      (conversion == 'c' && field.length == Field::kShort) ||
+      (conversion == 'C' && field.length != Field::kLong && field.length != Field::kWide);
+  switch (conversion) {
+    case 'd':
+    case 'i':
+      PutNumber(sink, field, CFormat(field, "ll", 'd', SignedArgument(args, field.length)),
+                field.precision < 0, false);
+      break;
+    case 'u':
+    case 'o':
+    case 'x':
+    case 'X':
+      PutNumber(sink, field,
+                CFormat(field, "ll", static_cast<char>(conversion), UnsignedArgument(args, field.length)),
+                field.precision < 0, conversion == 'x' || conversion == 'X');
+      break;
+    case 'e':
+    case 'E':
+    case 'f':
+    case 'F':
+    case 'g':
+    case 'G':
+    case 'a':
+    case 'A': {
+      std::string text =
+          field.length == Field::kLongDouble
+              ? CFormat(field, "L", static_cast<char>(conversion), va_arg(args.list, long double))
+              : CFormat(field, "", static_cast<char>(conversion), va_arg(args.list, double));
+      const bool finite = text.find_first_of("iInN") == std::string::npos;
+      PutNumber(sink, field, text, finite, conversion == 'a' || conversion == 'A');
+      break;
+    }
+    case 'p': {
+      Field plain = field;
+      plain.precision = -1;
+      PutNumber(sink, plain, CFormat(plain, "", 'p', va_arg(args.list, void*)), false, true);
+      break;
+    }
+    case 'c':
+    case 'C':
+      if (narrow_char) {
+        const char byte[2] = {static_cast<char>(va_arg(args.list, int)), 0};
+        const std::vector<unsigned short> units =
+            byte[0] == 0 ? std::vector<unsigned short>{0} : Widen(byte, 2);
+        PutPadded(sink, field, units.data(), units.size());
+      } else {
+        const unsigned short unit = static_cast<unsigned short>(va_arg(args.list, int));
+        PutPadded(sink, field, &unit, 1);
+      }
+      break;
+    case 's':
+    case 'S': {
+      const size_t max = field.precision < 0 ? SIZE_MAX : static_cast<size_t>(field.precision);
+      if (narrow_text) {
+        const char* text = va_arg(args.list, const char*);
+        if (text == nullptr) {
+          PutPadded(sink, field, kNull, std::min<size_t>(6, max));
+        } else {
+          const std::vector<unsigned short> units = Widen(text, max);
+          PutPadded(sink, field, units.data(), units.size());
+        }
+      } else {
+        const unsigned short* text = va_arg(args.list, const unsigned short*);
+        if (text == nullptr) {
+          PutPadded(sink, field, kNull, std::min<size_t>(6, max));
+        } else {
+          size_t n = 0;
+          while (n < max && text[n] != 0) ++n;
+          PutPadded(sink, field, text, n);
+        }
+      }
+      break;
+    }
+    case 'n':
+      StoreCount(args, field.length, sink.count());
+      break;
+    default:  // unknown: copied as it stands, no argument taken
+      sink.Put(start, static_cast<size_t>(end - start));
+      break;
+  }
+}
+
+void Run(Sink& sink, const unsigned short* f, Arguments& args) {
   while (*f != 0) {
     if (*f != '%') {
       sink.Put(*f++);
@@ -241,170 +410,14 @@ void Run(Sink& sink, const unsigned short* f, Arguments& args) {
       ++f;
       continue;
     }
-    Field field;
-    for (;; ++f) {
-      if (*f == '-')
-        field.left = true;
-      else if (*f == '+')
-        field.plus = true;
-      else if (*f == ' ')
-        field.space = true;
-      else if (*f == '#')
-        field.alternate = true;
-      else if (*f == '0')
-        field.zero = true;
-      else if (*f == '\'')
-        field.grouping = true;
-      else
-        break;
-    }
-    if (*f == '*') {
-      ++f;
-      const int w = va_arg(args.list, int);
-      if (w < 0) field.left = true;
-      field.width = w < 0 ? static_cast<size_t>(-static_cast<long long>(w)) : static_cast<size_t>(w);
-    } else {
-      field.width = ReadNumber(f);
-    }
-    if (*f == '.') {
-      ++f;
-      if (*f == '*') {
-        ++f;
-        const int p = va_arg(args.list, int);
-        field.precision = p < 0 ? -1 : p;
-      } else {
-        field.precision = static_cast<int>(std::min<size_t>(ReadNumber(f), INT_MAX));
-      }
-    }
-    switch (*f) {
-      case 'h':
-        ++f;
-        field.length = Field::kShort;
-        if (*f == 'h') ++f, field.length = Field::kChar;
-        break;
-      case 'l':
-        ++f;
-        field.length = Field::kLong;
-        if (*f == 'l') ++f, field.length = Field::kLongLong;
-        break;
-      case 'q':
-        ++f, field.length = Field::kLongLong;
-        break;
-      case 'L':
-        ++f, field.length = Field::kLongDouble;
-        break;
-      case 'j':
-        ++f, field.length = Field::kIntMax;
-        break;
-      case 'z':
-        ++f, field.length = Field::kSize;
-        break;
-      case 't':
-        ++f, field.length = Field::kPtrDiff;
-        break;
-      case 'w':
-        ++f, field.length = Field::kWide;
-        break;
-      case 'I':
-        ++f;
-        if (f[0] == '6' && f[1] == '4')
-          f += 2, field.length = Field::kLongLong;
-        else if (f[0] == '3' && f[1] == '2')
-          f += 2, field.length = Field::kNone;
-        else
-          field.length = Field::kSize;
-        break;
-      default:
-        break;
-    }
+    const Field field = ReadField(f, args);
     const unsigned short conversion = *f;
     if (conversion == 0) {  // a directive cut off by the end: copied as it stands
       sink.Put(start, static_cast<size_t>(f - start));
       break;
     }
     ++f;
-    const bool narrow_text = (conversion == 's' && field.length == Field::kShort) ||
-                             (conversion == 'S' && field.length != Field::kLong && field.length != Field::kWide);
-    const bool narrow_char = (conversion == 'c' && field.length == Field::kShort) ||
-                             (conversion == 'C' && field.length != Field::kLong && field.length != Field::kWide);
-    switch (conversion) {
-      case 'd':
-      case 'i':
-        PutNumber(sink, field, CFormat(field, "ll", 'd', SignedArgument(args, field.length)), field.precision < 0,
-                  false);
-        break;
-      case 'u':
-      case 'o':
-      case 'x':
-      case 'X':
-        PutNumber(sink, field,
-                  CFormat(field, "ll", static_cast<char>(conversion), UnsignedArgument(args, field.length)),
-                  field.precision < 0, conversion == 'x' || conversion == 'X');
-        break;
-      case 'e':
-      case 'E':
-      case 'f':
-      case 'F':
-      case 'g':
-      case 'G':
-      case 'a':
-      case 'A': {
-        std::string text =
-            field.length == Field::kLongDouble
-                ? CFormat(field, "L", static_cast<char>(conversion), va_arg(args.list, long double))
-                : CFormat(field, "", static_cast<char>(conversion), va_arg(args.list, double));
-        const bool finite = text.find_first_of("iInN") == std::string::npos;
-        PutNumber(sink, field, text, finite, conversion == 'a' || conversion == 'A');
-        break;
-      }
-      case 'p': {
-        Field plain = field;
-        plain.precision = -1;
-        PutNumber(sink, plain, CFormat(plain, "", 'p', va_arg(args.list, void*)), false, true);
-        break;
-      }
-      case 'c':
-      case 'C':
-        if (narrow_char) {
-          const char byte[2] = {static_cast<char>(va_arg(args.list, int)), 0};
-          const std::vector<unsigned short> units =
-              byte[0] == 0 ? std::vector<unsigned short>{0} : Widen(byte, 2);
-          PutPadded(sink, field, units.data(), units.size());
-        } else {
-          const unsigned short unit = static_cast<unsigned short>(va_arg(args.list, int));
-          PutPadded(sink, field, &unit, 1);
-        }
-        break;
-      case 's':
-      case 'S': {
-        const size_t max = field.precision < 0 ? SIZE_MAX : static_cast<size_t>(field.precision);
-        if (narrow_text) {
-          const char* text = va_arg(args.list, const char*);
-          if (text == nullptr) {
-            PutPadded(sink, field, kNull, std::min<size_t>(6, max));
-          } else {
-            const std::vector<unsigned short> units = Widen(text, max);
-            PutPadded(sink, field, units.data(), units.size());
-          }
-        } else {
-          const unsigned short* text = va_arg(args.list, const unsigned short*);
-          if (text == nullptr) {
-            PutPadded(sink, field, kNull, std::min<size_t>(6, max));
-          } else {
-            size_t n = 0;
-            while (n < max && text[n] != 0) ++n;
-            PutPadded(sink, field, text, n);
-          }
-        }
-        break;
-      }
-      case 'n':
-        StoreCount(args, field.length, sink.count());
-        break;
-      default:  // unknown: copied as it stands, no argument taken
-        sink.Put(start, static_cast<size_t>(f - start));
-        break;
-    }
+    PutConversion(sink, field, conversion, args, start, f);
   }
 }
 

@@ -10,11 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/text.h"
+
 namespace {
 
-using U16 = std::basic_string<unsigned short>;
+using vesktest::U16;
+using vesktest::W;
 
-U16 W(std::u16string_view s) { return U16(s.begin(), s.end()); }
 std::u16string Back(const unsigned short* p) {
   std::u16string out;
   while (*p != 0) out += static_cast<char16_t>(*p++);
@@ -67,15 +69,13 @@ TEST(TiwaSpan, SpanBreakAndComplement) {
     std::u16string_view text, set;
     size_t spn, cspn;
     int pbrk;  // -1: null
-  } rows[] = {
-      {u"", u"abc", 0, 0, -1},
-      {u"abcx", u"abc", 3, 0, 0},
-      {u"xyzab", u"abc", 0, 3, 3},
-      {u"abc", u"", 0, 3, -1},
-      {u"  \tx", u" \t", 3, 0, 0},
-      {u"\u00e9\u00e9a", u"\u00e9", 2, 0, 0},
-      {u"zz\U0001F600", u"\xD83D", 0, 2, 2},
-  };
+  } rows[] = {{u"", u"abc", 0, 0, -1},
+              {u"abcx", u"abc", 3, 0, 0},
+              {u"xyzab", u"abc", 0, 3, 3},
+              {u"abc", u"", 0, 3, -1},
+              {u"  \tx", u" \t", 3, 0, 0},
+              {u"\u00e9\u00e9a", u"\u00e9", 2, 0, 0},
+              {u"zz\U0001F600", u"\xD83D", 0, 2, 2}};
   for (const auto& row : rows) {
     const U16 text = W(row.text), set = W(row.set);
     EXPECT_EQ(tiwa_wcsspn(text.c_str(), set.c_str()), row.spn);
@@ -126,10 +126,8 @@ TEST(TiwaFormat, Conversions) {
     std::u16string got, expected;
   } rows[] = {
       {Format(u"plain"), u"plain"},
-      {Format(u""), u""},
       {Format(u"100%%"), u"100%"},
       {Format(u"[%s]", wide.c_str()), u"[w\u00e9de]"},
-      {Format(u"[%ls]", wide.c_str()), u"[w\u00e9de]"},
       {Format(u"[%hs]", "narrow"), u"[narrow]"},
       {Format(u"[%S]", "narrow"), u"[narrow]"},
       {Format(u"[%.2s|%-6s|%6s]", wide.c_str(), wide.c_str(), wide.c_str()),
@@ -138,15 +136,11 @@ TEST(TiwaFormat, Conversions) {
       {Format(u"[%c%c]", 0x263A, 'x'), u"[\u263Ax]"},
       {Format(u"[%C%hc]", 'a', 'b'), u"[ab]"},
       {Format(u"[%3c|%-3c]", 'a', 'b'), u"[  a|b  ]"},
-      {Format(u"%d %i %u", -5, 42, 7u), u"-5 42 7"},
-      {Format(u"%05d|%-5d|%+d|% d", -42, 42, 42, 42), u"-0042|42   |+42| 42"},
       {Format(u"%#x %#X %#o %08.3d", 255u, 255u, 8u, 7), u"0xff 0XFF 010      007"},
       {Format(u"%#010x", 255u), u"0x000000ff"},
       {Format(u"%*d|%-*d|%.*d", 4, 1, 4, 2, 3, 3), u"   1|2   |003"},
       {Format(u"%*d", -3, 1), u"1  "},
       {Format(u"%hhd %hd %ld %lld %I64d %zu", 300, 70000, -1L, -2LL, -3LL, size_t{9}), u"44 4464 -1 -2 -3 9"},
-      {Format(u"%.2f %e %g %G", 3.14159, 1000.0, 0.0001, 1e-10), u"3.14 1.000000e+03 0.0001 1E-10"},
-      {Format(u"%08.2f|%-8.1f|%+.0f", -3.5, 2.25, 2.5), u"-0003.50|2.2     |+2"},
       {Format(u"%010f", 1.0 / 0.0), u"       inf"},
       {Format(u"%Lf", 1.5L), u"1.500000"},
       {Format(u"%.0d|%.0x", 0, 0u), u"|"},

@@ -19,25 +19,25 @@
 
 #include "vesk/platform/platform_encoding.h"
 
-struct __CFObjectHeader {
+struct CFObjectHeader {
   std::atomic<int32_t> refs;
   uint32_t type;
 };
 
 struct __CFString {
-  __CFObjectHeader header;
+  CFObjectHeader header;
   long length;
   const unsigned short* chars;
   // Inline units follow when the string owns its text.
 };
 
 struct __CFNumber {
-  __CFObjectHeader header;
+  CFObjectHeader header;
   double value;
 };
 
 struct __CFArray {
-  __CFObjectHeader header;
+  CFObjectHeader header;
   std::vector<CFTypeRef> values;
 };
 
@@ -49,8 +49,8 @@ constexpr uint32_t kStringTag = 7;
 constexpr uint32_t kNumberTag = 22;
 constexpr uint32_t kArrayTag = 19;
 
-__CFObjectHeader* HeaderOf(CFTypeRef object) {
-  return const_cast<__CFObjectHeader*>(static_cast<const __CFObjectHeader*>(object));
+CFObjectHeader* HeaderOf(CFTypeRef object) {
+  return const_cast<CFObjectHeader*>(static_cast<const CFObjectHeader*>(object));
 }
 
 unsigned short* InlineUnits(__CFString* s) {
@@ -115,7 +115,7 @@ CFTypeRef RetainObject(CFTypeRef object) {
 
 void ReleaseObject(CFTypeRef object) {
   if (object == nullptr) return;
-  __CFObjectHeader* header = HeaderOf(object);
+  CFObjectHeader* header = HeaderOf(object);
   if (header->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   switch (header->type) {
     case kStringTag:
