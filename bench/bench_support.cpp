@@ -76,6 +76,10 @@ void SetItems(benchmark::State& state, size_t items) {
   state.counters["items"] = benchmark::Counter(static_cast<double>(items));
 }
 
+void SetRefused(benchmark::State& state, size_t refused) {
+  state.counters["refused"] = benchmark::Counter(static_cast<double>(refused));
+}
+
 void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
   benchmark::ConsoleReporter::ReportRuns(runs);
   for (const Run& run : runs) {
@@ -93,15 +97,20 @@ void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
 
     double ns = run.GetAdjustedCPUTime() * TimeUnitToNs(run.time_unit);
     const auto items = run.counters.find("items");
-    if (items != run.counters.end() && items->second.value > 0) ns /= items->second.value;
+    double refused = 0;
+    if (items != run.counters.end() && items->second.value > 0) {
+      ns /= items->second.value;
+      const auto count = run.counters.find("refused");
+      if (count != run.counters.end()) refused = count->second.value / items->second.value;
+    }
 
     auto& row = table_[key];
     if (row.empty()) order_.push_back(key);
     auto it = std::find_if(row.begin(), row.end(), [&](const auto& entry) { return entry.first == impl; });
     if (it == row.end()) {
-      row.push_back({impl, Sample{ns, median}});
+      row.push_back({impl, Sample{ns, refused, median}});
     } else if (median || !it->second.median) {
-      it->second = Sample{ns, median};
+      it->second = Sample{ns, refused, median};
     }
   }
 }
@@ -109,7 +118,9 @@ void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
 void SummaryReporter::Finalize() {
   benchmark::ConsoleReporter::Finalize();
   if (order_.empty()) return;
-  std::printf("\nCPU time per item in ns (medians where repeated); ratio = vesk / fastest peer, below 1 vesk leads\n");
+  std::printf(
+      "\nCPU time per item in ns (medians where repeated); ratio = vesk / fastest peer (of those refusing at "
+      "most 10%% of the items), below 1 vesk leads\n");
   size_t width = 0;
   for (const std::string& key : order_) width = std::max(width, key.size());
   for (const std::string& key : order_) {
@@ -122,13 +133,20 @@ void SummaryReporter::Finalize() {
         ours = &entry.second;
         continue;
       }
-      char cell[96];
+      char cell[128];
       std::snprintf(cell, sizeof cell, "  %s %.1f", entry.first.c_str(), entry.second.ns);
       peers += cell;
+      if (entry.second.refused > 0) {
+        std::snprintf(cell, sizeof cell, " (refuses %.1f%%)", 100 * entry.second.refused);
+        peers += cell;
+      }
+      // A peer that refuses much of the input is timed on its refusals.
+      if (entry.second.refused > 0.1) continue;
       if (fastest == nullptr || entry.second.ns < fastest->second.ns) fastest = &entry;
     }
-    std::printf("%-*s  vesk %9.1f |%s", static_cast<int>(width), key.c_str(), ours ? ours->ns : 0.0,
-                peers.c_str());
+    std::printf("%-*s  vesk %9.1f", static_cast<int>(width), key.c_str(), ours ? ours->ns : 0.0);
+    if (ours != nullptr && ours->refused > 0) std::printf(" (refuses %.1f%%)", 100 * ours->refused);
+    std::printf(" |%s", peers.c_str());
     if (ours != nullptr && fastest != nullptr && fastest->second.ns > 0) {
       std::printf("  | ratio %.2f (%s)", ours->ns / fastest->second.ns, fastest->first.c_str());
     }

@@ -39,6 +39,10 @@ std::vector<std::string> UrlCorpora();
 // time per item.
 void SetItems(benchmark::State& state, size_t items);
 
+// Records how many of those items the implementation refused, which the
+// summary shows beside its time (a refusal often costs less than a parse).
+void SetRefused(benchmark::State& state, size_t refused);
+
 // Prints as the console reporter does and, at the end, one summary line per
 // operation and input: our time ("vesk"), each peer's, and the ratio of ours
 // to the fastest peer's. Names are '/'-separated; `impl_part` is the index of
@@ -53,6 +57,7 @@ class SummaryReporter : public benchmark::ConsoleReporter {
  private:
   struct Sample {
     double ns = 0;
+    double refused = 0;  // share of the items refused
     bool median = false;
   };
   size_t impl_part_;

@@ -60,9 +60,12 @@ const Input& UrlPaths() {
     for (const Input& list : UrlLists()) {
       for (const std::string& url : list.items) {
         size_t host = 0;
-        if (StartsWithNoCase(url, "http://")) host = 7;
-        else if (StartsWithNoCase(url, "https://")) host = 8;
-        else continue;
+        if (StartsWithNoCase(url, "http://"))
+          host = 7;
+        else if (StartsWithNoCase(url, "https://"))
+          host = 8;
+        else
+          continue;
         const size_t rest = url.find_first_of("/?#", host);
         if (rest == std::string::npos) continue;
         std::string item = url.substr(rest);
@@ -82,7 +85,8 @@ const Input& TextLines() {
   static const Input lines = [] {
     Input input;
     input.name = "text_lines";
-    for (const char* file : {"arabic", "chinese", "english", "french", "german", "hindi", "japanese", "russian"}) {
+    for (const char* file :
+         {"arabic", "chinese", "english", "french", "german", "hindi", "japanese", "russian"}) {
       std::string text;
       if (!TextFile(std::string(file) + ".utf8.txt", text)) continue;
       for (std::string& line : Lines(text)) {

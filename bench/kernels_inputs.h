@@ -8,6 +8,7 @@
 // are left out or made from the files that are there.
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -41,19 +42,28 @@ const Input& EscapedTextLines();
 bool TextFile(const std::string& name, std::string& contents);
 
 // Registers "<kernel>/<input>/<impl>": one iteration calls `per_item` on
-// every item of the input. An empty input registers nothing.
+// every item of the input. An empty input registers nothing. When
+// `per_item` returns a bool, false means the implementation refused the
+// item; how many it refused is reported beside its time.
 template <class PerItem>
-void RegisterPerItem(const std::string& kernel, const Input& input, const std::string& impl, PerItem per_item) {
+void RegisterPerItem(const std::string& kernel, const Input& input, const std::string& impl,
+                     PerItem per_item) {
   if (input.items.empty()) return;
   const Input* in = &input;
-  benchmark::RegisterBenchmark((kernel + "/" + input.name + "/" + impl).c_str(),
-                               [in, per_item](benchmark::State& state) {
-                                 for (auto _ : state) {
-                                   for (const std::string& item : in->items) per_item(item);
-                                 }
-                                 SetItems(state, in->items.size());
-                                 state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in->bytes));
-                               })
+  benchmark::RegisterBenchmark(
+      (kernel + "/" + input.name + "/" + impl).c_str(),
+      [in, per_item](benchmark::State& state) {
+        for (auto _ : state) {
+          for (const std::string& item : in->items) per_item(item);
+        }
+        SetItems(state, in->items.size());
+        if constexpr (std::is_same_v<decltype(per_item(in->items[0])), bool>) {
+          size_t refused = 0;
+          for (const std::string& item : in->items) refused += !per_item(item);
+          SetRefused(state, refused);
+        }
+        state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in->bytes));
+      })
       ->Unit(benchmark::kMicrosecond);
 }
 

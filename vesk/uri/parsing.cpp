@@ -1,8 +1,12 @@
-// Parsing URI text into components, validating, and writing it back.
+// Parsing URI text into components, and validating them.
 #include "vesk/uri/uri"
 
 #include <cstdint>
 #include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace Vesk {
 
@@ -11,11 +15,6 @@ namespace {
 inline const char* FindByte(const char* begin, const char* end, char c) {
   if (begin >= end) return nullptr;
   return static_cast<const char*>(std::memchr(begin, c, static_cast<size_t>(end - begin)));
-}
-
-inline const char* FindLastByte(const char* begin, const char* end, char c) {
-  if (begin >= end) return nullptr;
-  return static_cast<const char*>(memrchr(begin, c, static_cast<size_t>(end - begin)));
 }
 
 inline bool HasTwoColons(const char* begin, const char* end) {
@@ -112,41 +111,169 @@ void AssignLower(std::string& field, const char* text, size_t size) {
   }
 }
 
-// The parse of the `size` bytes at `text` into `uri`. Unless `fresh` (all
-// strings empty, as a constructor leaves them), the object is wiped first.
-bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
-  if (fresh) {
-    uri.m_IsValid = false;
-    uri.m_IsRelative = false;
-    uri.m_IsHierarchical = false;
+// Where the text divides before the authority is read, from one forward
+// pass: the last '#', the last '?' before it, and the first ':' and '/'.
+struct Marks {
+  const char* hash = nullptr;      // the last '#', or null
+  const char* question = nullptr;  // the last '?' before `hash` (or anywhere without one), or null
+  const char* colon = nullptr;     // the first ':', or null
+  const char* slash = nullptr;     // the first '/', or null
+};
+
+// Takes in one byte at `p`.
+inline void Mark(Marks& marks, const char* p, const char*& lastQuestion) {
+  switch (*p) {
+    case '#':
+      marks.hash = p;
+      marks.question = lastQuestion;
+      break;
+    case '?':
+      lastQuestion = p;
+      break;
+    case ':':
+      if (marks.colon == nullptr) marks.colon = p;
+      break;
+    case '/':
+      if (marks.slash == nullptr) marks.slash = p;
+      break;
+    default:
+      break;
+  }
+}
+
+Marks FindMarks(const char* text, const char* end) {
+  Marks marks;
+  const char* lastQuestion = nullptr;
+  const char* p = text;
+#ifdef __SSE2__
+  const __m128i hash = _mm_set1_epi8('#');
+  const __m128i question = _mm_set1_epi8('?');
+  const __m128i colon = _mm_set1_epi8(':');
+  const __m128i slash = _mm_set1_epi8('/');
+  for (; end - p >= 16; p += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    __m128i any = _mm_or_si128(_mm_cmpeq_epi8(v, hash), _mm_cmpeq_epi8(v, question));
+    if (marks.slash == nullptr) {
+      // Before the first '/' the first ':' may still come; after it a ':'
+      // decides nothing.
+      any = _mm_or_si128(any, _mm_or_si128(_mm_cmpeq_epi8(v, colon), _mm_cmpeq_epi8(v, slash)));
+    }
+    for (unsigned m = static_cast<unsigned>(_mm_movemask_epi8(any)); m != 0; m &= m - 1) {
+      Mark(marks, p + __builtin_ctz(m), lastQuestion);
+    }
+  }
+#endif
+  for (; p < end; ++p) Mark(marks, p, lastQuestion);
+  if (marks.hash == nullptr) marks.question = lastQuestion;
+  return marks;
+}
+
+// The authority and path of a hierarchical URI: `w` to `end` is what
+// follows the "//" behind the scheme.
+void ParseAuthority(URI& uri, const char* w, const char* end) {
+  if (end - w >= 2 && w[0] == '/' && w[1] == '/') {
+    while (w < end && *w == '/') ++w;
+  }
+  // One pass over the authority, up to the first '/': the first '@', the
+  // first ':' before it (the password's), and the first two colons behind
+  // it (the port's, or an IPv6 address).
+  const char* serverEnd = end;
+  const char* at = nullptr;
+  const char* userColon = nullptr;
+  const char* firstColon = nullptr;
+  bool ipv6 = false;
+  for (const char* p = w; p < end; ++p) {
+    // Eight bytes at a time past stretches with none of '/', '@', ':'.
+    while (end - p >= 8) {
+      const uint64_t v = Load8(p);
+      if (HasByte(v, '/') | HasByte(v, '@') | HasByte(v, ':')) break;
+      p += 8;
+    }
+    if (p >= end) break;
+    const unsigned char k = kAuthorityClass[static_cast<unsigned char>(*p)];
+    if (k == 0) continue;
+    if (k == kSlash) {
+      serverEnd = p;
+      break;
+    }
+    if (k == kAt) {
+      if (at == nullptr) {
+        at = p;
+        userColon = firstColon;
+        firstColon = nullptr;
+        ipv6 = false;
+      }
+    } else if (firstColon == nullptr) {
+      firstColon = p;
+    } else {
+      ipv6 = true;
+    }
+  }
+  if (serverEnd != end) SetRange(uri.m_Path, serverEnd, end);
+  const char* host = w;
+  if (at != nullptr) {
+    host = at + 1;
+    if (userColon != nullptr) {
+      SetRange(uri.m_Username, w, userColon);
+      SetRange(uri.m_Password, userColon + 1, at);
+    } else {
+      SetRange(uri.m_Username, w, at);
+    }
+  }
+  if (ipv6 && *host == '[') {
+    const char* hostEnd = serverEnd;
+    for (const char* p = host; p + 1 < serverEnd; ++p) {
+      if (p[0] == ']' && p[1] == ':') {
+        SetRange(uri.m_Port, p + 2, serverEnd);
+        hostEnd = p + 1;
+        break;
+      }
+    }
+    AssignLower(uri.m_Server, host, static_cast<size_t>(hostEnd - host));
+  } else if (ipv6) {
+    uri.m_Server.reserve(static_cast<size_t>(serverEnd - host) + 2);
+    uri.m_Server.push_back('[');
+    uri.m_Server.append(host, serverEnd);
+    uri.m_Server.push_back(']');
+    URI::MakeLower(uri.m_Server);
+  } else if (firstColon != nullptr) {
+    SetRange(uri.m_Port, firstColon + 1, serverEnd);
+    AssignLower(uri.m_Server, host, static_cast<size_t>(firstColon - host));
   } else {
-    uri.Initialize();
+    AssignLower(uri.m_Server, host, static_cast<size_t>(serverEnd - host));
+  }
+}
+
+// The parse of the `size` bytes at `text` into `uri`, which must not hold
+// them. Every field starts empty, the scheme too: each road below sets it,
+// and a failed parse leaves the blank URI.
+bool ParseInto(URI& uri, const char* text, size_t size) {
+  uri.m_IsValid = false;
+  uri.m_IsRelative = false;
+  uri.m_IsHierarchical = false;
+  for (std::string* field : {&uri.m_Scheme, &uri.m_Server, &uri.m_Port, &uri.m_Path, &uri.m_Query,
+                             &uri.m_Fragment, &uri.m_Username, &uri.m_Password, &uri.m_NonHierarchical}) {
+    field->clear();
   }
   const char* w = text;
   const char* end = text + size;
 
-  // Fragment and query are cut from the back: the last '#', then the last '?'.
-  if (const char* hash = FindLastByte(w, end, '#')) {
-    if (hash + 1 < end) SetRange(uri.m_Fragment, hash + 1, end);
-    end = hash;
+  // Fragment and query are cut at the last '#', then at the last '?' before it.
+  const Marks marks = FindMarks(w, end);
+  if (marks.hash != nullptr) {
+    if (marks.hash + 1 < end) SetRange(uri.m_Fragment, marks.hash + 1, end);
+    end = marks.hash;
   }
-  if (const char* question = FindLastByte(w, end, '?')) {
-    if (question + 1 < end) SetRange(uri.m_Query, question + 1, end);
-    end = question;
+  if (marks.question != nullptr) {
+    if (marks.question + 1 < end) SetRange(uri.m_Query, marks.question + 1, end);
+    end = marks.question;
   }
 
-  // A scheme exactly when the first ':' comes before any '/'.
-  const char* colon = nullptr;
-  for (const char* p = w; p < end; ++p) {
-    if (*p == ':') {
-      colon = p;
-      break;
-    }
-    if (*p == '/') break;
-  }
+  // A scheme exactly when the first ':' comes before any '/' and before the cuts.
+  const char* colon = marks.colon;
+  if (colon != nullptr && (colon >= end || (marks.slash != nullptr && marks.slash < colon))) colon = nullptr;
 
   if (colon == nullptr) {
-    if (!fresh) uri.m_Scheme.clear();
     uri.m_IsRelative = true;
     uri.m_IsHierarchical = true;
     SetRange(uri.m_Path, w, end);
@@ -157,78 +284,7 @@ bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
       SetRange(uri.m_NonHierarchical, w, end);
     } else {
       uri.m_IsHierarchical = true;
-      w += 2;
-      if (end - w >= 2 && w[0] == '/' && w[1] == '/') {
-        while (w < end && *w == '/') ++w;
-      }
-      // One pass over the authority, up to the first '/': the first '@', the
-      // first ':' before it (the password's), and the first two colons
-      // behind it (the port's, or an IPv6 address).
-      const char* serverEnd = end;
-      const char* at = nullptr;
-      const char* userColon = nullptr;
-      const char* firstColon = nullptr;
-      bool ipv6 = false;
-      for (const char* p = w; p < end; ++p) {
-        // Eight bytes at a time past stretches with none of '/', '@', ':'.
-        while (end - p >= 8) {
-          const uint64_t v = Load8(p);
-          if (HasByte(v, '/') | HasByte(v, '@') | HasByte(v, ':')) break;
-          p += 8;
-        }
-        if (p >= end) break;
-        const unsigned char k = kAuthorityClass[static_cast<unsigned char>(*p)];
-        if (k == 0) continue;
-        if (k == kSlash) {
-          serverEnd = p;
-          break;
-        }
-        if (k == kAt) {
-          if (at == nullptr) {
-            at = p;
-            userColon = firstColon;
-            firstColon = nullptr;
-            ipv6 = false;
-          }
-        } else if (firstColon == nullptr) {
-          firstColon = p;
-        } else {
-          ipv6 = true;
-        }
-      }
-      if (serverEnd != end) SetRange(uri.m_Path, serverEnd, end);
-      const char* host = w;
-      if (at != nullptr) {
-        host = at + 1;
-        if (userColon != nullptr) {
-          SetRange(uri.m_Username, w, userColon);
-          SetRange(uri.m_Password, userColon + 1, at);
-        } else {
-          SetRange(uri.m_Username, w, at);
-        }
-      }
-      if (ipv6 && *host == '[') {
-        const char* hostEnd = serverEnd;
-        for (const char* p = host; p + 1 < serverEnd; ++p) {
-          if (p[0] == ']' && p[1] == ':') {
-            SetRange(uri.m_Port, p + 2, serverEnd);
-            hostEnd = p + 1;
-            break;
-          }
-        }
-        AssignLower(uri.m_Server, host, static_cast<size_t>(hostEnd - host));
-      } else if (ipv6) {
-        uri.m_Server.reserve(static_cast<size_t>(serverEnd - host) + 2);
-        uri.m_Server.push_back('[');
-        uri.m_Server.append(host, serverEnd);
-        uri.m_Server.push_back(']');
-        URI::MakeLower(uri.m_Server);
-      } else if (firstColon != nullptr) {
-        SetRange(uri.m_Port, firstColon + 1, serverEnd);
-        AssignLower(uri.m_Server, host, static_cast<size_t>(firstColon - host));
-      } else {
-        AssignLower(uri.m_Server, host, static_cast<size_t>(serverEnd - host));
-      }
+      ParseAuthority(uri, w + 2, end);
       // A drive letter of a file URI: "/C:" becomes "/C|".
       std::string& path = uri.m_Path;
       if (path.size() >= 3 && path[0] == '/' && path[2] == ':' && IsAsciiLetter(path[1]) &&
@@ -243,87 +299,15 @@ bool ParseInto(URI& uri, const char* text, size_t size, bool fresh = false) {
   return uri.m_IsValid;
 }
 
-// Appends `field` at `o` and returns the end of what was written.
-inline char* Put(char* o, const std::string& field) {
-  if (!field.empty()) std::memcpy(o, field.data(), field.size());
-  return o + field.size();
-}
-
-// ToString(false): the same decisions as the reading form, made once, then
-// the text written into a string of its exact size.
-std::string WriteStored(const URI& uri) {
-  const bool hierarchical = uri.IsHierarchical();
-  const bool absolute = hierarchical && !uri.m_IsRelative;
-  const bool withScheme = absolute && !uri.m_Scheme.empty();
-  const bool withAuthority = absolute && (!uri.m_Server.empty() || uri.IsOfType(URI::StringProxy("file")));
-  const bool withUser = withAuthority && !uri.m_Username.empty();
-  const bool withPassword = withUser && !uri.m_Password.empty();
-  const bool withPort = withAuthority && !uri.m_Port.empty();
-  size_t size = 0;
-  if (hierarchical) {
-    if (withScheme) size += uri.m_Scheme.size() + 1;
-    if (withAuthority) size += 2 + uri.m_Server.size();
-    if (withUser) size += uri.m_Username.size() + 1;
-    if (withPassword) size += uri.m_Password.size() + 1;
-    if (withPort) size += uri.m_Port.size() + 1;
-    size += uri.m_Path.size();
-  } else {
-    size += uri.m_Scheme.size() + 1 + uri.m_NonHierarchical.size();
-  }
-  if (!uri.m_Query.empty()) size += uri.m_Query.size() + 1;
-  if (!uri.m_Fragment.empty()) size += uri.m_Fragment.size() + 1;
-
-  std::string out(size, '\0');
-  if (size == 0) return out;
-  char* o = &out[0];
-  if (hierarchical) {
-    if (withScheme) {
-      o = Put(o, uri.m_Scheme);
-      *o++ = ':';
-    }
-    if (withAuthority) {
-      *o++ = '/';
-      *o++ = '/';
-      if (withUser) {
-        o = Put(o, uri.m_Username);
-        if (withPassword) {
-          *o++ = ':';
-          o = Put(o, uri.m_Password);
-        }
-        *o++ = '@';
-      }
-      o = Put(o, uri.m_Server);
-      if (withPort) {
-        *o++ = ':';
-        o = Put(o, uri.m_Port);
-      }
-    }
-    o = Put(o, uri.m_Path);
-  } else {
-    o = Put(o, uri.m_Scheme);
-    *o++ = ':';
-    o = Put(o, uri.m_NonHierarchical);
-  }
-  if (!uri.m_Query.empty()) {
-    *o++ = '?';
-    o = Put(o, uri.m_Query);
-  }
-  if (!uri.m_Fragment.empty()) {
-    *o++ = '#';
-    Put(o, uri.m_Fragment);
-  }
-  return out;
-}
-
 }  // namespace
 
 URI::URI(const char* text) : m_IsValid(false), m_IsRelative(false), m_IsHierarchical(false) {
   if (text == nullptr) text = "";
-  if (!ParseInto(*this, text, std::strlen(text), true)) m_IsValid = false;
+  if (!ParseInto(*this, text, std::strlen(text))) m_IsValid = false;
 }
 
 URI::URI(StringProxy text) : m_IsValid(false), m_IsRelative(false), m_IsHierarchical(false) {
-  if (!ParseInto(*this, text.data(), text.size(), true)) m_IsValid = false;
+  if (!ParseInto(*this, text.data(), text.size())) m_IsValid = false;
 }
 
 URI& URI::operator=(const char* text) {
@@ -367,71 +351,6 @@ bool URI::VerifyAlpha(StringProxy text) { return AllAlpha(text.data(), text.size
 
 bool URI::IsIPv6(const std::string& server) {
   return HasTwoColons(server.data(), server.data() + server.size());
-}
-
-URI::StringProxy URI::ToString(bool unescape) const {
-  if (!unescape) return StringProxy(WriteStored(*this));
-  StringProxy out;
-  // Each component as stored, or through its getter in the reading form.
-  auto put = [&out, unescape](const std::string& field) {
-    if (unescape) {
-      out.append(Unescape(StringProxy(field), false));
-    } else {
-      out.append(field);
-    }
-  };
-  if (IsHierarchical()) {
-    if (!m_IsRelative) {
-      if (!m_Scheme.empty()) {
-        put(m_Scheme);
-        out.push_back(':');
-      }
-      if (!m_Server.empty() || IsOfType(StringProxy("file"))) {
-        out.append("//", 2);
-        if (!m_Username.empty()) {
-          put(m_Username);
-          if (!m_Password.empty()) {
-            out.push_back(':');
-            put(m_Password);
-          }
-          out.push_back('@');
-        }
-        if (unescape) {
-          out.append(GetAuthority());
-        } else {
-          out.append(m_Server);
-        }
-        if (!m_Port.empty()) {
-          out.push_back(':');
-          out.append(m_Port);
-        }
-      }
-    }
-    put(m_Path);
-  } else {
-    put(m_Scheme);
-    out.push_back(':');
-    put(m_NonHierarchical);
-  }
-  if (!m_Query.empty()) {
-    out.push_back('?');
-    put(m_Query);
-  }
-  if (!m_Fragment.empty()) {
-    out.push_back('#');
-    put(m_Fragment);
-  }
-  return out;
-}
-
-URI::StringProxy URI::ToStringUTF8() const { return Unescape(ToString(false), true); }
-
-URI::StringProxy URI::GetAuthority() const {
-  const size_t size = m_Server.size();
-  if (size > 2 && m_Server[0] == '[' && m_Server[size - 1] == ']' && IsIPv6(m_Server)) {
-    return StringProxy(m_Server.substr(1, size - 2));
-  }
-  return Unescape(StringProxy(m_Server), false);
 }
 
 URI::StringProxy URI::GetDefaultPort() const {
