@@ -246,92 +246,103 @@ bool WritePending(OpaqueTECObjectRef* converter, unsigned char*& target, unsigne
   return converter->pending_bytes == 0;
 }
 
-// UTF-16 to UTF-8 where the output has room for three bytes per unit of
-// [in, end), so that nothing is checked but the units: ASCII eight units at a
-// time with SSE2, other characters one by one. Stops at the end or at a
-// surrogate that does not begin a pair inside [in, end).
-inline void UTF16ToUTF8Unchecked(const UChar*& in, const UChar* end, unsigned char*& out) {
+// UTF-16 to UTF-8 eight units at a time while the input has eight more and
+// the output room for the worst they can give (a pair begun at the eighth unit
+// included), so that nothing but the units is checked inside a block: ASCII
+// blocks with SSE2, other characters one by one. Stops where that room ends or
+// at a surrogate that does not begin a pair, which the careful path then meets.
+inline void UTF16ToUTF8Blocks(const UChar*& in, const UChar* end, unsigned char*& out,
+                              const unsigned char* out_end) {
   const UChar* p = in;
   unsigned char* o = out;
   const __m128i not_ascii = _mm_set1_epi16(static_cast<short>(0xFF80));
-  while (p < end) {
-    const unsigned unit = *p;
-    if (unit < 0x80) {
-      while (end - p >= 8) {
-        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(units, not_ascii), _mm_setzero_si128())) != 0xFFFF) {
-          break;
-        }
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(units, units));
-        p += 8;
-        o += 8;
+  while (end - p >= 9 && out_end - o >= 25) {
+    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(units, not_ascii), _mm_setzero_si128())) == 0xFFFF) {
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(units, units));
+      p += 8;
+      o += 8;
+      continue;
+    }
+    const UChar* block_end = p + 8;
+    while (p < block_end) {
+      const unsigned unit = *p;
+      if (unit < 0x80) {
+        *o++ = static_cast<unsigned char>(unit);
+        ++p;
+      } else if (unit < 0x800) {
+        o[0] = static_cast<unsigned char>(0xC0 | (unit >> 6));
+        o[1] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
+        o += 2;
+        ++p;
+      } else if (!U16_IS_SURROGATE(unit)) {
+        o[0] = static_cast<unsigned char>(0xE0 | (unit >> 12));
+        o[1] = static_cast<unsigned char>(0x80 | ((unit >> 6) & 0x3F));
+        o[2] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
+        o += 3;
+        ++p;
+      } else if (U16_IS_SURROGATE_LEAD(unit) && U16_IS_TRAIL(p[1])) {
+        const UChar32 c = U16_GET_SUPPLEMENTARY(unit, p[1]);
+        o[0] = static_cast<unsigned char>(0xF0 | (c >> 18));
+        o[1] = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
+        o[2] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
+        o[3] = static_cast<unsigned char>(0x80 | (c & 0x3F));
+        o += 4;
+        p += 2;
+      } else {
+        in = p;
+        out = o;
+        return;
       }
-      if (p < end && *p < 0x80) *o++ = static_cast<unsigned char>(*p++);
-    } else if (unit < 0x800) {
-      o[0] = static_cast<unsigned char>(0xC0 | (unit >> 6));
-      o[1] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
-      o += 2;
-      ++p;
-    } else if (!U16_IS_SURROGATE(unit)) {
-      o[0] = static_cast<unsigned char>(0xE0 | (unit >> 12));
-      o[1] = static_cast<unsigned char>(0x80 | ((unit >> 6) & 0x3F));
-      o[2] = static_cast<unsigned char>(0x80 | (unit & 0x3F));
-      o += 3;
-      ++p;
-    } else if (U16_IS_SURROGATE_LEAD(unit) && end - p >= 2 && U16_IS_TRAIL(p[1])) {
-      const UChar32 c = U16_GET_SUPPLEMENTARY(unit, p[1]);
-      o[0] = static_cast<unsigned char>(0xF0 | (c >> 18));
-      o[1] = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
-      o[2] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-      o[3] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-      o += 4;
-      p += 2;
-    } else {
-      break;
     }
   }
   in = p;
   out = o;
 }
 
-// UTF-8 to UTF-16 where the output has room for one unit per byte of
-// [in, end): ASCII sixteen bytes at a time with SSE2, well-formed characters
-// of two to four bytes one by one. Stops at the end or at a byte that does not
-// begin a well-formed character lying wholly inside [in, end).
-inline void UTF8ToUTF16Unchecked(const uint8_t*& in, const uint8_t* end, UChar*& out) {
+// UTF-8 to UTF-16 sixteen bytes at a time while the input has sixteen more
+// and the output room for what they can give (a character begun at the
+// sixteenth byte included): ASCII blocks with SSE2, well-formed characters of
+// two to four bytes one by one. Stops where that room ends or at a byte that
+// does not begin a well-formed character, which the careful path then meets.
+inline void UTF8ToUTF16Blocks(const uint8_t*& in, const uint8_t* end, UChar*& out, const UChar* out_end) {
   const uint8_t* p = in;
   UChar* o = out;
-  while (p < end) {
-    const unsigned lead = *p;
-    if (lead < 0x80) {
-      while (end - p >= 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        if (_mm_movemask_epi8(bytes) != 0) break;
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 8), _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
-        p += 16;
-        o += 16;
-      }
-      if (p < end && *p < 0x80) *o++ = *p++;
+  while (end - p >= 16 && out_end - o >= 20) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    if (_mm_movemask_epi8(bytes) == 0) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 8), _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+      p += 16;
+      o += 16;
       continue;
     }
-    const std::ptrdiff_t left = end - p;
-    if (lead >= 0xC2 && lead <= 0xDF && left >= 2 && U8_IS_TRAIL(p[1])) {
-      *o++ = static_cast<UChar>(((lead & 0x1F) << 6) | (p[1] & 0x3F));
-      p += 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF && left >= 3 && U8_IS_VALID_LEAD3_AND_T1(lead, p[1]) &&
-               U8_IS_TRAIL(p[2])) {
-      *o++ = static_cast<UChar>(((lead & 0x0F) << 12) | ((p[1] & 0x3F) << 6) | (p[2] & 0x3F));
-      p += 3;
-    } else if (lead >= 0xF0 && lead <= 0xF4 && left >= 4 && U8_IS_VALID_LEAD4_AND_T1(lead, p[1]) &&
-               U8_IS_TRAIL(p[2]) && U8_IS_TRAIL(p[3])) {
-      const UChar32 c = ((lead & 0x07) << 18) | ((p[1] & 0x3F) << 12) | ((p[2] & 0x3F) << 6) | (p[3] & 0x3F);
-      o[0] = U16_LEAD(c);
-      o[1] = U16_TRAIL(c);
-      o += 2;
-      p += 4;
-    } else {
-      break;
+    const uint8_t* block_end = p + 16;
+    while (p < block_end) {
+      const unsigned lead = *p;
+      const std::ptrdiff_t left = end - p;
+      if (lead < 0x80) {
+        *o++ = static_cast<UChar>(lead);
+        ++p;
+      } else if (lead >= 0xC2 && lead <= 0xDF && left >= 2 && U8_IS_TRAIL(p[1])) {
+        *o++ = static_cast<UChar>(((lead & 0x1F) << 6) | (p[1] & 0x3F));
+        p += 2;
+      } else if (lead >= 0xE0 && lead <= 0xEF && left >= 3 && U8_IS_VALID_LEAD3_AND_T1(lead, p[1]) &&
+                 U8_IS_TRAIL(p[2])) {
+        *o++ = static_cast<UChar>(((lead & 0x0F) << 12) | ((p[1] & 0x3F) << 6) | (p[2] & 0x3F));
+        p += 3;
+      } else if (lead >= 0xF0 && lead <= 0xF4 && left >= 4 && U8_IS_VALID_LEAD4_AND_T1(lead, p[1]) &&
+                 U8_IS_TRAIL(p[2]) && U8_IS_TRAIL(p[3])) {
+        const UChar32 c = ((lead & 0x07) << 18) | ((p[1] & 0x3F) << 12) | ((p[2] & 0x3F) << 6) | (p[3] & 0x3F);
+        o[0] = U16_LEAD(c);
+        o[1] = U16_TRAIL(c);
+        o += 2;
+        p += 4;
+      } else {
+        in = p;
+        out = o;
+        return;
+      }
     }
   }
   in = p;
@@ -346,7 +357,7 @@ void FastUTF16ToUTF8(OpaqueTECObjectRef* converter, const UChar*& source, const 
   const UChar* in = source;
   unsigned char* out = target;
   while (in < source_end && out < target_end) {
-    UTF16ToUTF8Unchecked(in, in + std::min<std::ptrdiff_t>(source_end - in, (target_end - out) / 3), out);
+    UTF16ToUTF8Blocks(in, source_end, out, target_end);
     if (in == source_end || out == target_end) break;
     const UChar unit = *in;
     if (unit < 0x80) {
@@ -417,7 +428,7 @@ void FastUTF8ToUTF16(OpaqueTECObjectRef* converter, const char*& source, const c
   const auto* in_end = reinterpret_cast<const uint8_t*>(source_end);
   UChar* out = target;
   while (in < in_end && out < target_end) {
-    UTF8ToUTF16Unchecked(in, in + std::min<std::ptrdiff_t>(in_end - in, target_end - out), out);
+    UTF8ToUTF16Blocks(in, in_end, out, target_end);
     if (in == in_end || out == target_end) break;
     const uint8_t lead = *in;
     if (lead < 0x80) {
