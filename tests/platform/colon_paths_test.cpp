@@ -21,20 +21,18 @@ TEST_F(ColonPaths, OnTheRootVolume) {
   struct Row {
     const char* posix;
     const char* colon;
-  } rows[] = {
-      {"/usr/a", "Root:usr:a"},
-      {"/", "Root:"},
-      {"", "Root:"},
-      {"/usr/", "Root:usr:"},
-      {"//usr//a", "Root:usr:a"},
-      {"/a/./b/../c", "Root:a:c"},
-      {"/../../x", "Root:x"},
-      {"/a/..", "Root:"},
-      {"/a:b/c", "Root:a/b:c"},
-      {"/a b/caf\xC3\xA9", "Root:a b:caf\xC3\xA9"},
-      {"rel/x", "Root:rel:x"},
-      {"/a\xFF", "Root:a\xFF"},
-  };
+  } rows[] = {{"/usr/a", "Root:usr:a"},
+              {"/", "Root:"},
+              {"", "Root:"},
+              {"/usr/", "Root:usr:"},
+              {"//usr//a", "Root:usr:a"},
+              {"/a/./b/../c", "Root:a:c"},
+              {"/../../x", "Root:x"},
+              {"/a/..", "Root:"},
+              {"/a:b/c", "Root:a/b:c"},
+              {"/a b/caf\xC3\xA9", "Root:a b:caf\xC3\xA9"},
+              {"rel/x", "Root:rel:x"},
+              {"/a\xFF", "Root:a\xFF"}};
   for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << "\"" << row.posix << "\"";
 }
 
@@ -64,19 +62,6 @@ TEST_F(ColonPaths, DeclaredVolumesTakeTheLongestMountPoint) {
   for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << row.posix;
   Vesk::SetColonPathVolume("/srv", "");
   EXPECT_EQ(Convert("/srv/a"), "Root:srv:a");
-}
-
-class Upper : public Vesk::ColonPathService {
- public:
-  std::string ToColonPath(const std::string& posixPath) const override { return "UP" + posixPath; }
-};
-
-TEST_F(ColonPaths, ServiceCanBeReplaced) {
-  Upper upper;
-  EXPECT_EQ(Vesk::SetColonPathService(&upper), nullptr);
-  EXPECT_EQ(Convert("/a"), "UP/a");
-  EXPECT_EQ(Vesk::SetColonPathService(nullptr), &upper);
-  EXPECT_EQ(Convert("/a"), "Root:a");
 }
 
 }  // namespace

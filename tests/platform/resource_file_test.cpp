@@ -1,55 +1,25 @@
 #include "vesk/platform/resources"
 
-#include <unistd.h>
-
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/resources.h"
 #include "vesk/platform/handles"
 
 namespace {
 
 using namespace Vesk::Platform;
-using Bytes = std::vector<unsigned char>;
-
-ResourceEntry Entry(const char (&type)[5], short id, const std::string& data, const char* name = nullptr) {
-  ResourceEntry e;
-  e.type = ResourceType(type);
-  e.id = id;
-  e.data.assign(data.begin(), data.end());
-  if (name != nullptr) {
-    e.has_name = true;
-    e.name = name;
-  }
-  return e;
-}
-
-std::string ListData(const std::vector<std::string>& items) {
-  std::string out;
-  out += static_cast<char>(items.size() >> 8);
-  out += static_cast<char>(items.size() & 0xFF);
-  for (const std::string& item : items) {
-    out += static_cast<char>(item.size());
-    out += item;
-  }
-  return out;
-}
-
-std::string Pascal(const std::string& text) { return std::string(1, static_cast<char>(text.size())) + text; }
-
-Bytes Serialized(const std::vector<ResourceEntry>& entries) {
-  Bytes bytes;
-  EXPECT_EQ(SerializeResourceFile(entries, &bytes), ResourceFileStatus::kOK);
-  return bytes;
-}
+using vesktest::Bytes;
+using vesktest::List;
+using vesktest::Pascal;
+using vesktest::Resource;
+using vesktest::Serialized;
+using vesktest::TempFile;
 
 uint32_t Get32(const Bytes& b, size_t at) {
   return (uint32_t{b[at]} << 24) | (uint32_t{b[at + 1]} << 16) | (uint32_t{b[at + 2]} << 8) | b[at + 3];
@@ -62,22 +32,6 @@ void Set16(Bytes& b, size_t at, uint32_t v) {
   b[at + 1] = static_cast<unsigned char>(v);
 }
 
-// A file in the test's temporary folder, removed afterwards.
-struct TempFile {
-  explicit TempFile(const std::string& stem)
-      : path(::testing::TempDir() + stem + "_" + std::to_string(::getpid()) + ".rsrc") {}
-  ~TempFile() { std::remove(path.c_str()); }
-  void Write(const Bytes& bytes) const {
-    std::ofstream out(path, std::ios::binary);
-    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  }
-  Bytes Read() const {
-    std::ifstream in(path, std::ios::binary);
-    return Bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  }
-  std::string path;
-};
-
 // Every test leaves the store as it found it: empty.
 class ResourceStore : public ::testing::Test {
  protected:
@@ -86,11 +40,11 @@ class ResourceStore : public ::testing::Test {
 
 TEST(ResourceFile, RoundTrip) {
   const std::vector<ResourceEntry> entries = {
-      Entry("STR#", 200, ListData({"zero", "one"}), "list"),
-      Entry("STR ", 5, Pascal("five")),
-      Entry("STR#", 201, ListData({"x"})),
-      Entry("DATA", -3, std::string("\0\1\2", 3), ""),
-      Entry("DATA", 4, ""),
+      Resource("STR#", 200, List({"zero", "one"}), "list"),
+      Resource("STR ", 5, Pascal("five")),
+      Resource("STR#", 201, List({"x"})),
+      Resource("DATA", -3, std::string("\0\1\2", 3), ""),
+      Resource("DATA", 4, ""),
   };
   const Bytes bytes = Serialized(entries);
   // Big-endian header: data at 256, map behind the data.
@@ -119,15 +73,15 @@ TEST(ResourceFile, RoundTrip) {
 
 TEST(ResourceFile, WriterRefusesWhatTheFormatCannotHold) {
   Bytes bytes = {1};
-  EXPECT_EQ(SerializeResourceFile({Entry("STR ", 1, "a"), Entry("STR ", 1, "b")}, &bytes),
+  EXPECT_EQ(SerializeResourceFile({Resource("STR ", 1, "a"), Resource("STR ", 1, "b")}, &bytes),
             ResourceFileStatus::kDuplicateResource);
   EXPECT_TRUE(bytes.empty());
   // Data offsets have 24 bits: the third block of 9 MiB starts past them.
-  std::vector<ResourceEntry> big(3, Entry("BIG ", 0, std::string(9 << 20, 'x')));
+  std::vector<ResourceEntry> big(3, Resource("BIG ", 0, std::string(9 << 20, 'x')));
   big[1].id = 1;
   big[2].id = 2;
   EXPECT_EQ(SerializeResourceFile(big, &bytes), ResourceFileStatus::kTooLarge);
-  ResourceEntry long_name = Entry("NAME", 0, "", "");
+  ResourceEntry long_name = Resource("NAME", 0, "", "");
   long_name.name.assign(256, 'n');
   EXPECT_EQ(SerializeResourceFile({long_name}, &bytes), ResourceFileStatus::kTooLarge);
 }
@@ -137,7 +91,7 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
   // layout: header 28 bytes, type list at 28 (count 2, one entry 8), the
   // reference list at 38, the names behind it.
   const Bytes good =
-      Serialized({Entry("STR ", 7, Pascal("seven"), "n"), Entry("STR#", 200, ListData({"a"}))});
+      Serialized({Resource("STR ", 7, Pascal("seven"), "n"), Resource("STR#", 200, List({"a"}))});
   const uint32_t map = Get32(good, 4);
   const uint32_t type_list = map + 28;
   struct Row {
@@ -212,8 +166,9 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
 
 TEST_F(ResourceStore, OpenFindAndChain) {
   TempFile lower("lower"), upper("upper");
-  lower.Write(Serialized({Entry("STR ", 1, Pascal("lower one")), Entry("STR ", 2, Pascal("lower two"))}));
-  upper.Write(Serialized({Entry("STR ", 1, Pascal("upper one"), "first")}));
+  lower.Write(
+      Serialized({Resource("STR ", 1, Pascal("lower one")), Resource("STR ", 2, Pascal("lower two"))}));
+  upper.Write(Serialized({Resource("STR ", 1, Pascal("upper one"), "first")}));
   ResourceFileRef a = 0, b = 0;
   ASSERT_EQ(OpenResourceFile(lower.path.c_str(), &a), ResourceFileStatus::kOK);
   ASSERT_EQ(OpenResourceFile(upper.path.c_str(), &b), ResourceFileStatus::kOK);
@@ -253,7 +208,7 @@ TEST_F(ResourceStore, IndexedStrings) {
   const struct {
     short list;
     std::string data;
-  } lists[] = {{200, ListData({"zero", "one", ""})}, {201, damaged}, {202, std::string(1, '\0')}};
+  } lists[] = {{200, List({"zero", "one", ""})}, {201, damaged}, {202, std::string(1, '\0')}};
   for (const auto& l : lists) {
     char** h = NewMovableBlock(l.data.size());
     std::memcpy(*h, l.data.data(), l.data.size());

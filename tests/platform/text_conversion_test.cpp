@@ -5,8 +5,9 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
-#include "tests/platform/encoding_names.h"
+#include "tests/support/encodings.h"
 #include "vesk/platform/text_conversion_seam.h"
 
 namespace {
@@ -18,17 +19,10 @@ using vesktest::InternetName;
 const TextEncoding kUTF16 = UnicodeTextEncoding(256, 0, kUTF16Format);
 
 TEST(TextEncodingInternetName, LowerCasedStandardNames) {
-  struct Row {
-    const char* asked;
-    const char* name;
-  };
-  const Row rows[] = {
-      {"Shift_JIS", "shift_jis"},   {"ISO-8859-1", "iso-8859-1"}, {"latin1", "iso-8859-1"},
-      {"Windows-1252", "windows-1252"}, {"cp1252", ""}, {"EUC-KR", "euc-kr"},         {"utf8", "utf-8"},
-      {"US-ASCII", "us-ascii"},     {"ISO-2022-JP", "iso-2022-jp"}, {"KOI8-R", "koi8-r"},
-      {"UTF-16BE", "utf-16be"},
-  };
-  for (const Row& row : rows) EXPECT_EQ(InternetName(IdOf(row.asked)), row.name) << row.asked;
+  const std::pair<const char*, const char*> rows[] = {
+      {"Shift_JIS", "shift_jis"}, {"latin1", "iso-8859-1"}, {"Windows-1252", "windows-1252"}, {"cp1252", ""},
+      {"utf8", "utf-8"},          {"US-ASCII", "us-ascii"}, {"UTF-16BE", "utf-16be"}};
+  for (const auto& [asked, name] : rows) EXPECT_EQ(InternetName(IdOf(asked)), name) << asked;
   EXPECT_EQ(InternetName(kUTF16), "utf-16");
   EXPECT_EQ(InternetName(UnicodeTextEncoding(256, 0, kUTF7Format)), "utf-7");
   EXPECT_EQ(InternetName(kUnknownTextEncoding), "");
@@ -116,96 +110,75 @@ TEST(FlushText, WritesThePendingShift) {
 
 namespace {
 
+// Drives our converter and a bare ICU converter (through `icu_step`) over
+// `input` with output buffers of `room` units, then flushes both: every call
+// must write alike, and both outputs must equal `expected`.
+template <typename In, typename Out, typename IcuStep>
+void CompareFills(TextConverter* ours, UConverter* icu, const std::basic_string<In>& input,
+                  const std::basic_string<Out>& expected, size_t room, IcuStep icu_step) {
+  const char* bytes = reinterpret_cast<const char*>(input.data());
+  const size_t total = input.size() * sizeof(In);
+  size_t offset = 0;
+  const In* icu_source = input.data();
+  const In* const icu_end = input.data() + input.size();
+  std::basic_string<Out> ours_out, icu_out;
+  auto step = [&](bool flush, int call) {
+    Out a[16], b[16];
+    size_t read = 0, written = 0;
+    if (flush) {
+      FlushText(ours, a, room * sizeof(Out), &written);
+    } else {
+      ConvertText(ours, bytes + offset, total - offset, &read, a, room * sizeof(Out), &written);
+    }
+    offset += read;
+    ours_out.append(a, written / sizeof(Out));
+    Out* target = b;
+    const In* none = nullptr;
+    UErrorCode status = U_ZERO_ERROR;
+    icu_step(icu, &target, b + room, flush ? &none : &icu_source, flush ? none : icu_end, flush, &status);
+    icu_out.append(b, static_cast<size_t>(target - b));
+    ASSERT_EQ(written / sizeof(Out), static_cast<size_t>(target - b))
+        << "room " << room << (flush ? " flush " : " call ") << call;
+  };
+  for (int call = 0; call < 200 && (offset < total || icu_source < icu_end); ++call) step(false, call);
+  for (int call = 0; call < 4; ++call) step(true, call);  // what both still hold
+  EXPECT_EQ(ours_out, expected) << room;
+  EXPECT_EQ(icu_out, expected) << room;
+}
+
 // Our converter and a bare ICU converter, driven with the same buffer sizes,
 // must fill every buffer alike: the faster UTF-8 path included.
 TEST(ConvertText, FillsBuffersAsTheICUConverterDoes) {
   const std::u16string text =
       u"ascii \u00e9\u00e8 \u65e5\u672c\u8a9e \U0001F600\U0001F601 end \u0800\u07ff\U00010000";
-  std::string utf8;
-  {
-    UErrorCode status = U_ZERO_ERROR;
-    UConverter* icu = ucnv_open("UTF-8", &status);
-    utf8.resize(text.size() * 3);
-    utf8.resize(static_cast<size_t>(ucnv_fromUChars(icu, utf8.data(), static_cast<int32_t>(utf8.size()),
-                                                    text.data(), static_cast<int32_t>(text.size()), &status)));
-    ucnv_close(icu);
-  }
+  UErrorCode status = U_ZERO_ERROR;
+  UConverter* icu = ucnv_open("UTF-8", &status);
+  std::string utf8(text.size() * 3, '\0');
+  utf8.resize(static_cast<size_t>(ucnv_fromUChars(icu, utf8.data(), static_cast<int32_t>(utf8.size()),
+                                                  text.data(), static_cast<int32_t>(text.size()), &status)));
   const TextEncoding utf8_id = UnicodeTextEncoding(256, 0, kUTF8Format);
-  for (size_t buffer = 1; buffer <= 9; ++buffer) {
-    // UTF-16 to UTF-8.
-    TextConverter* ours = nullptr;
-    ASSERT_EQ(OpenConverter(&ours, kUTF16, utf8_id), kConversionOK);
-    UErrorCode status = U_ZERO_ERROR;
-    UConverter* icu = ucnv_open("UTF-8", &status);
-    const UChar* icu_source = text.data();
-    size_t offset = 0;
-    std::string ours_out, icu_out;
-    for (int call = 0; call < 200 && (offset < text.size() * 2 || icu_source < text.data() + text.size()); ++call) {
-      char a[16], b[16];
-      size_t read = 0, written = 0;
-      ConvertText(ours, reinterpret_cast<const char*>(text.data()) + offset, text.size() * 2 - offset, &read, a,
-                  buffer, &written);
-      offset += read;
-      ours_out.append(a, written);
-      char* target = b;
-      status = U_ZERO_ERROR;
-      ucnv_fromUnicode(icu, &target, b + buffer, &icu_source, text.data() + text.size(), nullptr, false, &status);
-      icu_out.append(b, static_cast<size_t>(target - b));
-      ASSERT_EQ(written, static_cast<size_t>(target - b)) << "buffer " << buffer << " call " << call;
+  auto from_unicode = [](UConverter* c, char** t, const char* end, const char16_t** s, const char16_t* s_end,
+                         bool flush,
+                         UErrorCode* st) { ucnv_fromUnicode(c, t, end, s, s_end, nullptr, flush, st); };
+  auto to_unicode = [](UConverter* c, char16_t** t, const char16_t* end, const char** s, const char* s_end,
+                       bool flush,
+                       UErrorCode* st) { ucnv_toUnicode(c, t, end, s, s_end, nullptr, flush, st); };
+  for (size_t room = 1; room <= 9; ++room) {
+    for (int direction = 0; direction < 2; ++direction) {
+      TextConverter* ours = nullptr;
+      ASSERT_EQ(
+          direction == 0 ? OpenConverter(&ours, kUTF16, utf8_id) : OpenConverter(&ours, utf8_id, kUTF16),
+          kConversionOK);
+      ucnv_reset(icu);
+      if (direction == 0) {
+        CompareFills(ours, icu, text, utf8, room, from_unicode);
+      } else {
+        CompareFills(ours, icu, utf8, text, room, to_unicode);
+      }
+      CloseConverter(ours);
     }
-    for (int call = 0; call < 4; ++call) {  // what both still hold
-      char a[16], b[16];
-      size_t written = 0;
-      FlushText(ours, a, buffer, &written);
-      ours_out.append(a, written);
-      char* target = b;
-      const UChar* none = nullptr;
-      status = U_ZERO_ERROR;
-      ucnv_fromUnicode(icu, &target, b + buffer, &none, none, nullptr, true, &status);
-      icu_out.append(b, static_cast<size_t>(target - b));
-      ASSERT_EQ(written, static_cast<size_t>(target - b)) << "buffer " << buffer << " flush " << call;
-    }
-    EXPECT_EQ(ours_out, utf8) << buffer;
-    EXPECT_EQ(icu_out, utf8) << buffer;
-    CloseConverter(ours);
-    ucnv_close(icu);
-
-    // UTF-8 to UTF-16, with buffers of whole units.
-    ASSERT_EQ(OpenConverter(&ours, utf8_id, kUTF16), kConversionOK);
-    status = U_ZERO_ERROR;
-    icu = ucnv_open("UTF-8", &status);
-    const char* icu_bytes = utf8.data();
-    offset = 0;
-    std::u16string ours_wide, icu_wide;
-    for (int call = 0; call < 200 && (offset < utf8.size() || icu_bytes < utf8.data() + utf8.size()); ++call) {
-      UChar a[16], b[16];
-      size_t read = 0, written = 0;
-      ConvertText(ours, utf8.data() + offset, utf8.size() - offset, &read, a, buffer * 2, &written);
-      offset += read;
-      ours_wide.append(reinterpret_cast<const char16_t*>(a), written / 2);
-      UChar* target = b;
-      status = U_ZERO_ERROR;
-      ucnv_toUnicode(icu, &target, b + buffer, &icu_bytes, utf8.data() + utf8.size(), nullptr, false, &status);
-      icu_wide.append(reinterpret_cast<const char16_t*>(b), static_cast<size_t>(target - b));
-      ASSERT_EQ(written / 2, static_cast<size_t>(target - b)) << "buffer " << buffer << " call " << call;
-    }
-    for (int call = 0; call < 4; ++call) {
-      UChar a[16], b[16];
-      size_t written = 0;
-      FlushText(ours, a, buffer * 2, &written);
-      ours_wide.append(reinterpret_cast<const char16_t*>(a), written / 2);
-      UChar* target = b;
-      const char* none = nullptr;
-      status = U_ZERO_ERROR;
-      ucnv_toUnicode(icu, &target, b + buffer, &none, none, nullptr, true, &status);
-      icu_wide.append(reinterpret_cast<const char16_t*>(b), static_cast<size_t>(target - b));
-      ASSERT_EQ(written / 2, static_cast<size_t>(target - b)) << "buffer " << buffer << " flush " << call;
-    }
-    EXPECT_EQ(ours_wide, text) << buffer;
-    EXPECT_EQ(icu_wide, text) << buffer;
-    CloseConverter(ours);
-    ucnv_close(icu);
   }
+  ucnv_close(icu);
 }
 
 }  // namespace
@@ -250,8 +223,8 @@ TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
     UConverter* probe = ucnv_open(icu, &status);
     const UConverterType type = U_SUCCESS(status) ? ucnv_getType(probe) : UCNV_UNSUPPORTED_CONVERTER;
     ucnv_close(probe);
-    if (name == nullptr || (type != UCNV_SBCS && type != UCNV_LATIN_1 && type != UCNV_US_ASCII &&
-                            type != UCNV_MBCS)) {
+    if (name == nullptr ||
+        (type != UCNV_SBCS && type != UCNV_LATIN_1 && type != UCNV_US_ASCII && type != UCNV_MBCS)) {
       continue;
     }
     ++sets;
@@ -264,7 +237,8 @@ TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
     }
     Vesk::Platform::HostCalls().single_byte_tables = true;
     auto same = [&](TextConverter* const* pair, const void* input, size_t bytes, size_t room) {
-      const Call icu_path = Convert(pair[0], input, bytes, room), table_path = Convert(pair[1], input, bytes, room);
+      const Call icu_path = Convert(pair[0], input, bytes, room),
+                 table_path = Convert(pair[1], input, bytes, room);
       return icu_path == table_path ? std::string() : Show(icu_path) + " / " + Show(table_path);
     };
     std::string all_bytes;
@@ -284,7 +258,8 @@ TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
     std::u16string units;
     for (size_t offset = 0; offset < all_bytes.size();) {
       const Call call = Convert(to[0], all_bytes.data() + offset, all_bytes.size() - offset, 14);
-      ASSERT_EQ(call, Convert(to[1], all_bytes.data() + offset, all_bytes.size() - offset, 14)) << name << offset;
+      ASSERT_EQ(call, Convert(to[1], all_bytes.data() + offset, all_bytes.size() - offset, 14))
+          << name << offset;
       units.append(reinterpret_cast<const char16_t*>(call.out.data()), call.written / 2);
       offset += call.read;
       if (call.status != kConversionOK && call.status != kOutputBufferFull) break;

@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <thread>
 #include <type_traits>
-#include <typeinfo>
 
 namespace {
 
@@ -78,12 +77,6 @@ TEST(ScopedLock, ExcludesOtherThreads) {
   a.join();
   b.join();
   EXPECT_EQ(counter, 40000);
-}
-
-TEST(Mutex, TypeRecordsKeepTheirNames) {
-  EXPECT_STREQ(typeid(Mutex).name(), "N4Vesk5MutexE");
-  EXPECT_STREQ(typeid(ScopedLock).name(), "N4Vesk10ScopedLockE");
-  EXPECT_STREQ(typeid(VeskThreadUncopyable).name(), "N4Vesk20VeskThreadUncopyableE");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include "vesk/mscrt_mac/Include/mscrt_stdio"
 
@@ -22,14 +23,14 @@ Fields FieldsOf(const TimeStamp& stamp) {
   return f;
 }
 
+TimeStamp Stamp(const Fields& f) {
+  return TimeStamp(f.year, f.month, f.day, f.hour, f.minute, f.second, f.fraction);
+}
+
 constexpr int64_t kDay = TimeStamp::kTicksPerDay;
 
 TEST(TimeStamp, KnownDates) {
-  struct Row {
-    Fields in;
-    int64_t ticks;
-  };
-  const Row rows[] = {
+  const std::pair<Fields, int64_t> rows[] = {
       {{1601, 1, 1, 0, 0, 0, 0}, 0},
       {{1601, 1, 2, 0, 0, 0, 0}, kDay},
       {{1970, 1, 1, 0, 0, 0, 0}, 116444736000000000},
@@ -44,20 +45,13 @@ TEST(TimeStamp, KnownDates) {
       {{2001, 1, 32, 0, 0, 0, 0}, TimeStamp(2001, 2, 1, 0, 0, 0, 0).ticks},
       {{2001, 1, 1, 25, 0, 0, 0}, TimeStamp(2001, 1, 2, 1, 0, 0, 0).ticks},
   };
-  for (const Row& row : rows) {
-    const Fields& f = row.in;
-    EXPECT_EQ(TimeStamp(f.year, f.month, f.day, f.hour, f.minute, f.second, f.fraction).ticks, row.ticks)
-        << f.year << "-" << f.month << "-" << f.day;
-  }
+  for (const auto& [f, ticks] : rows)
+    EXPECT_EQ(Stamp(f).ticks, ticks) << f.year << "-" << f.month << "-" << f.day;
 }
 
 // The fraction is the digits behind the decimal point.
 TEST(TimeStamp, FractionDigitsRule) {
-  struct Row {
-    unsigned int fraction;
-    int64_t ticks;
-  };
-  const Row rows[] = {
+  const std::pair<unsigned int, int64_t> rows[] = {
       {0, 0},
       {5, 5000000},
       {50, 5000000},
@@ -72,9 +66,8 @@ TEST(TimeStamp, FractionDigitsRule) {
       {1234567890, 1234568},
       {4294967295u, 4294967},  // 429496729 -> 42949673 -> 4294967
   };
-  for (const Row& row : rows) {
-    EXPECT_EQ(TimeStamp(1601, 1, 1, 0, 0, 0, row.fraction).ticks, row.ticks) << row.fraction;
-  }
+  for (const auto& [fraction, ticks] : rows)
+    EXPECT_EQ(TimeStamp(1601, 1, 1, 0, 0, 0, fraction).ticks, ticks) << fraction;
   const Fields carried = FieldsOf(TimeStamp(2001, 2, 3, 4, 5, 6, 99999995));
   EXPECT_EQ(carried.second, 7);
   EXPECT_EQ(carried.fraction, 0u);
@@ -84,9 +77,10 @@ TEST(TimeStamp, FractionDigitsRule) {
   const TimeStamp small = TimeStamp::FromTicks(TimeStamp(2001, 2, 3, 4, 5, 6, 0).ticks + 123);
   const Fields back = FieldsOf(small);
   EXPECT_EQ(back.fraction, 123u);
-  EXPECT_EQ(TimeStamp(back.year, back.month, back.day, back.hour, back.minute, back.second, back.fraction).ticks -
-                small.ticks,
-            1230000 - 123);
+  EXPECT_EQ(
+      TimeStamp(back.year, back.month, back.day, back.hour, back.minute, back.second, back.fraction).ticks -
+          small.ticks,
+      1230000 - 123);
 }
 
 TEST(TimeStamp, EveryDayFrom1601Through9999RoundTrips) {
@@ -132,17 +126,11 @@ TEST(TimeStamp, WholeDaysFromTheYearOneRoundTrip) {
   }
   EXPECT_EQ(previous_day_ticks_year, 1600);
   const Fields start = FieldsOf(TimeStamp::FromTicks(first));
-  EXPECT_EQ(start.year, 1);
-  EXPECT_EQ(start.month, 1);
-  EXPECT_EQ(start.day, 1);
+  EXPECT_TRUE(start.year == 1 && start.month == 1 && start.day == 1);
 }
 
 TEST(ToW3DTF, Forms) {
-  struct Row {
-    Fields in;
-    const char* text;
-  };
-  const Row rows[] = {
+  const std::pair<Fields, const char*> rows[] = {
       {{2001, 2, 3, 4, 5, 6, 0}, "2001-02-03T04:05:06Z"},
       {{2001, 2, 3, 4, 5, 6, 1234567}, "2001-02-03T04:05:06Z"},  // no trace of the fraction
       {{1601, 1, 1, 0, 0, 0, 0}, "1601-01-01T00:00:00Z"},
@@ -150,10 +138,7 @@ TEST(ToW3DTF, Forms) {
       {{999, 1, 1, 0, 0, 0, 0}, "999-01-01T00:00:00Z"},  // the year is not padded
       {{12, 6, 15, 0, 0, 0, 0}, "12-06-15T00:00:00Z"},
   };
-  for (const Row& row : rows) {
-    const Fields& f = row.in;
-    EXPECT_EQ(TimeStamp(f.year, f.month, f.day, f.hour, f.minute, f.second, f.fraction).ToW3DTF(), row.text);
-  }
+  for (const auto& [f, text] : rows) EXPECT_EQ(Stamp(f).ToW3DTF(), text);
 }
 
 TEST(TimeStamp, SetToCurrentTimeHasWholeSeconds) {
@@ -169,13 +154,11 @@ TEST(TimeStamp, SetToCurrentTimeHasWholeSeconds) {
 }
 
 TEST(getNumDecimalDigits, Values) {
-  struct Row {
-    unsigned int value, digits;
-  };
-  const Row rows[] = {{0, 0},         {1, 1},          {9, 1},          {10, 2},         {99, 2},
-                      {100, 3},       {999999, 6},     {1000000, 7},    {9999999, 7},    {10000000, 8},
-                      {99999999, 8},  {100000000, 9},  {999999999, 9},  {1000000000, 10}, {4294967295u, 10}};
-  for (const Row& row : rows) EXPECT_EQ(Vesk::getNumDecimalDigits(row.value), row.digits) << row.value;
+  const std::pair<unsigned int, unsigned int> rows[] = {
+      {0, 0},        {1, 1},         {9, 1},         {10, 2},          {99, 2},
+      {100, 3},      {999999, 6},    {1000000, 7},   {9999999, 7},     {10000000, 8},
+      {99999999, 8}, {100000000, 9}, {999999999, 9}, {1000000000, 10}, {4294967295u, 10}};
+  for (const auto& [value, digits] : rows) EXPECT_EQ(Vesk::getNumDecimalDigits(value), digits) << value;
 }
 
 TEST(sprintf_s, FormatsAndCounts) {

@@ -1,5 +1,5 @@
-#ifndef VESK_TESTS_PLATFORM_ENCODING_NAMES_H_
-#define VESK_TESTS_PLATFORM_ENCODING_NAMES_H_
+#ifndef VESK_TESTS_SUPPORT_ENCODINGS_H_
+#define VESK_TESTS_SUPPORT_ENCODINGS_H_
 
 // Encoding ids and internet names through the length-prefixed calls of the
 // conversion service, as plain strings for the tests.
@@ -9,6 +9,7 @@
 
 namespace vesktest {
 
+// The id of an encoding name; unknown names give an id without a converter.
 inline Vesk::Platform::TextEncoding IdOf(const std::string& name) {
   unsigned char pascal[256];
   pascal[0] = static_cast<unsigned char>(name.size());
@@ -18,6 +19,7 @@ inline Vesk::Platform::TextEncoding IdOf(const std::string& name) {
   return id;
 }
 
+// The lower-cased internet name of an id.
 inline std::string InternetName(Vesk::Platform::TextEncoding id) {
   unsigned char name[256];
   Vesk::Platform::TextEncodingInternetName(id, name);
@@ -26,4 +28,4 @@ inline std::string InternetName(Vesk::Platform::TextEncoding id) {
 
 }  // namespace vesktest
 
-#endif  // VESK_TESTS_PLATFORM_ENCODING_NAMES_H_
+#endif  // VESK_TESTS_SUPPORT_ENCODINGS_H_
