@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/threads.h"
 #include "vesk/platform/cfstring"
 
 // The cached platform string of a buffer is filled by a const call on any of
@@ -24,22 +25,9 @@ CString Wide(const std::u16string& text) {
   return CString(reinterpret_cast<const unsigned short*>(text.data()), static_cast<int>(text.size()));
 }
 
-// Runs `work(i)` on kThreads threads released together.
 template <typename Work>
 void RunTogether(Work work) {
-  std::atomic<int> ready{0};
-  std::atomic<bool> go{false};
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&, i] {
-      ready.fetch_add(1);
-      while (!go.load(std::memory_order_acquire)) std::this_thread::yield();
-      work(i);
-    });
-  }
-  while (ready.load() < kThreads) std::this_thread::yield();
-  go.store(true, std::memory_order_release);
-  for (auto& t : threads) t.join();
+  vesktest::RunTogether(kThreads, work);
 }
 
 TEST(CFStringCacheStress, CopiesOfOneStringFillOneSlot) {

@@ -13,24 +13,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/threads.h"
 #include "vesk/string/cstring_check.h"
 #include "vesk/string/pools.h"
 
 namespace {
 
 constexpr int kThreads = 8;
-
-// Starts all threads' work at once, to make the races likely.
-class StartLine {
- public:
-  void Arrive() {
-    ready_.fetch_add(1);
-    while (ready_.load() < kThreads) std::this_thread::yield();
-  }
-
- private:
-  std::atomic<int> ready_{0};
-};
 
 // The text a worker makes: a tag unit naming it, then `length - 1` letters.
 std::basic_string<unsigned short> Pattern(int tag, int length) {
@@ -46,11 +35,19 @@ bool Holds(const CString& s, const std::basic_string<unsigned short>& text) {
          std::equal(text.begin(), text.end(), static_cast<const unsigned short*>(s));
 }
 
-void RunThreads(const std::function<void(int)>& work) {
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) threads.emplace_back(work, t);
-  for (std::thread& t : threads) t.join();
-}
+void RunThreads(const std::function<void(int)>& work) { vesktest::RunTogether(kThreads, work); }
+
+// Holds each thread until all have arrived.
+class StartLine {
+ public:
+  void Arrive() {
+    ready_.fetch_add(1);
+    while (ready_.load() < kThreads) std::this_thread::yield();
+  }
+
+ private:
+  std::atomic<int> ready_{0};
+};
 
 TEST(CStringThreads, CopiesOfOneStringComeBackToOneCount) {
   for (int length : {10, 300, 2000}) {

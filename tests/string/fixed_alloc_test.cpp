@@ -12,14 +12,6 @@ namespace {
 
 std::uintptr_t Address(const void* p) { return reinterpret_cast<std::uintptr_t>(p); }
 
-TEST(CFixedAlloc, ConstructionStoresNumbersAndAllocatesNothing) {
-  CFixedAlloc pool(3, 0);  // nothing is checked
-  EXPECT_EQ(pool.blockBytes, 3u);
-  EXPECT_EQ(pool.blocksPerPlex, 0u);
-  EXPECT_EQ(pool.plexChain, nullptr);
-  EXPECT_EQ(pool.freeList, nullptr);
-}
-
 TEST(CFixedAlloc, NewSlabHandsOutRisingAddresses) {
   for (unsigned bytes : {8u, 12u, 148u, 1044u}) {
     CFixedAlloc pool(bytes, 16);

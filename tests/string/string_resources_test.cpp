@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/string/string_test_support.h"
+#include "tests/support/resources.h"
 #include "vesk/platform/handles"
 #include "vesk/platform/locale_facts"
 #include "vesk/platform/resources"
@@ -33,34 +34,10 @@ namespace P = Vesk::Platform;
 using Vesk::StringResources::gLoadStringCache;
 using Vesk::StringResources::SlotIndex;
 
-std::string Pascal(const std::string& text) { return std::string(1, static_cast<char>(text.size())) + text; }
-
-// A "STR#" list: big-endian count, then length-prefixed items.
-std::string List(const std::vector<std::string>& items) {
-  std::string out{static_cast<char>(items.size() >> 8), static_cast<char>(items.size() & 0xFF)};
-  for (const std::string& item : items) out += Pascal(item);
-  return out;
-}
-
-// "STRm" records as the file holds them: big-endian number and place.
-std::string Table(const std::vector<std::pair<uint16_t, uint16_t>>& records) {
-  std::string out;
-  for (const auto& r : records) {
-    out += static_cast<char>(r.first >> 8);
-    out += static_cast<char>(r.first & 0xFF);
-    out += static_cast<char>(r.second >> 8);
-    out += static_cast<char>(r.second & 0xFF);
-  }
-  return out;
-}
-
-P::ResourceEntry Resource(const char (&type)[5], short id, const std::string& data) {
-  P::ResourceEntry e;
-  e.type = P::ResourceType(type);
-  e.id = id;
-  e.data.assign(data.begin(), data.end());
-  return e;
-}
+using vesktest::List;
+using vesktest::Pascal;
+using vesktest::Resource;
+using vesktest::Table;
 
 // Replaces the text of a "STR " resource in the open file.
 void SetSingleString(short id, const std::string& text) {
@@ -130,13 +107,10 @@ class StringResources : public ::testing::Test {
                              6)),  // claims 200 bytes, holds 5
         Resource("STR ", -1, Pascal("single minus one")),
     };
-    std::vector<unsigned char> bytes;
-    ASSERT_EQ(P::SerializeResourceFile(entries, &bytes), P::ResourceFileStatus::kOK);
-    path_ = ::testing::TempDir() + "strings_" + std::to_string(::getpid()) + ".rsrc";
-    std::ofstream(path_, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    file_ = new vesktest::TempFile("strings");
+    file_->Write(vesktest::Serialized(entries));
     P::ResourceFileRef ref = 0;
-    ASSERT_EQ(P::OpenResourceFile(path_.c_str(), &ref), P::ResourceFileStatus::kOK);
+    ASSERT_EQ(P::OpenResourceFile(file_->path.c_str(), &ref), P::ResourceFileStatus::kOK);
     CString::AddStringTableForSearch("vesknamed1");
     CString::AddStringTableForSearch("vesknamed2");
   }
@@ -145,7 +119,7 @@ class StringResources : public ::testing::Test {
     P::CloseAllResourceFiles();
     gStrResTable = nullptr;
     gStrResTableInited = 0;
-    std::remove(path_.c_str());
+    delete file_;
     textdomain(saved_domain_.c_str());
     std::setlocale(LC_MESSAGES, saved_messages_.c_str());
     std::setlocale(LC_CTYPE, saved_ctype_.c_str());
@@ -155,11 +129,12 @@ class StringResources : public ::testing::Test {
   // Each test starts with a fresh cache and a reloaded table.
   void SetUp() override { gStrResTableInited = 0; }
 
-  static std::string path_, saved_domain_, saved_messages_, saved_ctype_;
+  static vesktest::TempFile* file_;
+  static std::string saved_domain_, saved_messages_, saved_ctype_;
 };
 
-std::string StringResources::path_, StringResources::saved_domain_, StringResources::saved_messages_,
-    StringResources::saved_ctype_;
+vesktest::TempFile* StringResources::file_ = nullptr;
+std::string StringResources::saved_domain_, StringResources::saved_messages_, StringResources::saved_ctype_;
 
 TEST(StringResourceSlots, SlotRule) {
   const std::pair<unsigned, unsigned> rows[] = {

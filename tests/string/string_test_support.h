@@ -9,15 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/text.h"
 #include "vesk/string/cstring"
 #include "vesk/string/cstring_check.h"
 
 namespace cstest {
 
-using U16 = std::basic_string<unsigned short>;
-
-// A UTF-16 literal as the unsigned short text CString takes.
-inline U16 W(std::u16string_view s) { return U16(s.begin(), s.end()); }
+using vesktest::U16;
+using vesktest::W;
 
 // A string of exactly these units, zero units included.
 inline CString Make(std::u16string_view s) {
