@@ -1,6 +1,7 @@
 // Every text entry point fed its worst input at 1, 4 and 16 MiB, reporting
-// the time per MiB ("ms/MiB"), so that anything above linear growth shows as
-// a rising figure. Inputs: periodic texts against nearly matching sought texts
+// the CPU time per MiB in milliseconds (the "ms/MiB" column, which the
+// console prints with a trailing "s"), so that anything above linear growth
+// shows as a rising figure. Inputs: periodic texts against nearly matching sought texts
 // (a naive search's worst case), long runs of separators, escapes and dot
 // segments, and parts past the count.
 //
