@@ -32,6 +32,7 @@ endfunction()
 
 # Line and branch counts for gcovr: every target instrumented, nothing optimised away.
 if(VESK_COVERAGE)
-  add_compile_options(--coverage -O0)
+  # Atomic counters: the stress tests run many threads through the same code.
+  add_compile_options(--coverage -O0 -fprofile-update=atomic)
   add_link_options(--coverage)
 endif()
