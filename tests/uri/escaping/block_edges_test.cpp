@@ -73,4 +73,29 @@ TEST(BlockEdges, UnescapeAgreesWithTheBytewiseReading) {
   }
 }
 
+// Runs of escapes read several at a time: every run of five tokens, readable
+// escapes (high and ASCII) among unreadable ones and plain bytes, after each
+// prefix length that moves the writing position against the reading one.
+TEST(BlockEdges, UnescapeRunsAgreeWithTheBytewiseReading) {
+  static const char* const kTokens[] = {"%41", "%C3", "%e9", "%zz", "%g4", "%%", "a", "%0x"};
+  for (const size_t prefix : {0, 1, 3, 6, 9, 17}) {
+    for (unsigned code = 0; code < 8 * 8 * 8 * 8 * 8; ++code) {
+      std::string text = Filler(prefix);
+      for (unsigned c = code, k = 0; k < 5; ++k, c /= 8) text += kTokens[c % 8];
+      text += Filler((code + prefix) % 17);
+      ASSERT_EQ(URI::Unescape(text, false), UnescapeBytewise(text, false)) << text;
+      ASSERT_EQ(URI::Unescape(text, true), UnescapeBytewise(text, true)) << text;
+    }
+  }
+  // Every byte in place of each digit of a run.
+  for (size_t place = 1; place < 15; ++place) {
+    for (int byte = 0; byte < 256; ++byte) {
+      std::string text = "%C3%A9%41%e9%2Fx";
+      if (place % 3 != 0) text[place] = static_cast<char>(byte);
+      ASSERT_EQ(URI::Unescape(text, false), UnescapeBytewise(text, false)) << text;
+      ASSERT_EQ(URI::Unescape(text, true), UnescapeBytewise(text, true)) << text;
+    }
+  }
+}
+
 }  // namespace
