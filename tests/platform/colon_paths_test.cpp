@@ -1,6 +1,7 @@
 #include "vesk/platform/colon_paths"
 
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -18,22 +19,12 @@ class ColonPaths : public ::testing::Test {
 };
 
 TEST_F(ColonPaths, OnTheRootVolume) {
-  struct Row {
-    const char* posix;
-    const char* colon;
-  } rows[] = {{"/usr/a", "Root:usr:a"},
-              {"/", "Root:"},
-              {"", "Root:"},
-              {"/usr/", "Root:usr:"},
-              {"//usr//a", "Root:usr:a"},
-              {"/a/./b/../c", "Root:a:c"},
-              {"/../../x", "Root:x"},
-              {"/a/..", "Root:"},
-              {"/a:b/c", "Root:a/b:c"},
-              {"/a b/caf\xC3\xA9", "Root:a b:caf\xC3\xA9"},
-              {"rel/x", "Root:rel:x"},
-              {"/a\xFF", "Root:a\xFF"}};
-  for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << "\"" << row.posix << "\"";
+  const std::pair<const char*, const char*> rows[] = {
+      {"/usr/a", "Root:usr:a"}, {"/", "Root:"},           {"", "Root:"},         {"/usr/", "Root:usr:"},
+      {"//usr//a", "Root:usr:a"}, {"/a/./b/../c", "Root:a:c"}, {"/../../x", "Root:x"}, {"/a/..", "Root:"},
+      {"/a:b/c", "Root:a/b:c"}, {"/a b/caf\xC3\xA9", "Root:a b:caf\xC3\xA9"}, {"rel/x", "Root:rel:x"},
+      {"/a\xFF", "Root:a\xFF"}};
+  for (const auto& [posix, colon] : rows) EXPECT_EQ(Convert(posix), colon) << "\"" << posix << "\"";
 }
 
 TEST_F(ColonPaths, RootVolumeNameIsAHostSetting) {
@@ -50,16 +41,12 @@ TEST_F(ColonPaths, DeclaredVolumesTakeTheLongestMountPoint) {
   Vesk::SetColonPathVolume("/media/usb", "Stick");
   Vesk::SetColonPathVolume("/media/usb/inner/", "Inner");
   Vesk::SetColonPathVolume("/srv", "Data");
-  struct Row {
-    const char* posix;
-    const char* colon;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"/media/usb/a.txt", "Stick:a.txt"}, {"/media/usb", "Stick:"},
       {"/media/usb/", "Stick:"},           {"/media/usbx/a", "Root:media:usbx:a"},
       {"/media/usb/inner/x", "Inner:x"},   {"/media/usb/inner/../y", "Stick:y"},
-      {"/srv/a/b/", "Data:a:b:"},          {"/media", "Root:media"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(Convert(row.posix), row.colon) << row.posix;
+      {"/srv/a/b/", "Data:a:b:"},          {"/media", "Root:media"}};
+  for (const auto& [posix, colon] : rows) EXPECT_EQ(Convert(posix), colon) << posix;
   Vesk::SetColonPathVolume("/srv", "");
   EXPECT_EQ(Convert("/srv/a"), "Root:srv:a");
 }

@@ -21,15 +21,8 @@ class LocaleFacts : public ::testing::Test {
 };
 
 TEST_F(LocaleFacts, FromTheHostLocaleCall) {
-  struct Row {
-    const char* locale;
-    int script;
-    const char* system;
-    const char* application;
-    short system_language;
-    bool double_byte;
-  };
-  const Row rows[] = {
+  // Locale, script, system and application encodings, language of the system encoding, double-byte.
+  const std::tuple<const char*, int, const char*, const char*, short, bool> rows[] = {
       {"ja_JP.UTF-8", kScriptJapanese, "utf-8", "utf-8", kLanguageJapanese, true},
       {"ja_JP.SJIS", kScriptJapanese, "shift_jis", "shift_jis", kLanguageJapanese, true},
       {"ko_KR.UTF-8", kScriptKorean, "utf-8", "utf-8", kLanguageKorean, true},
@@ -39,18 +32,18 @@ TEST_F(LocaleFacts, FromTheHostLocaleCall) {
       {"de_DE.UTF-8@euro", kScriptRoman, "utf-8", "utf-8", kLanguageGerman, false},
       {"C", kScriptRoman, "us-ascii", "utf-8", kLanguageEnglish, false},
   };
-  for (const Row& row : rows) {
-    ASSERT_TRUE(SetHostLocale(row.locale)) << row.locale;
-    EXPECT_EQ(HostLocaleName(), row.locale);
-    EXPECT_EQ(SystemScript(), row.script) << row.locale;
+  for (const auto& [locale, script, system_name, application, system_language, double_byte] : rows) {
+    ASSERT_TRUE(SetHostLocale(locale)) << locale;
+    EXPECT_EQ(HostLocaleName(), locale);
+    EXPECT_EQ(SystemScript(), script) << locale;
     TextEncoding system = 0;
-    ASSERT_EQ(SystemTextEncoding(&system), kConversionOK) << row.locale;
-    EXPECT_EQ(InternetName(system), row.system) << row.locale;
-    EXPECT_EQ(InternetName(ApplicationTextEncoding()), row.application) << row.locale;
+    ASSERT_EQ(SystemTextEncoding(&system), kConversionOK) << locale;
+    EXPECT_EQ(InternetName(system), system_name) << locale;
+    EXPECT_EQ(InternetName(ApplicationTextEncoding()), application) << locale;
     short language = -1;
     LanguageOfTextEncoding(system, &language);
-    EXPECT_EQ(language, row.system_language) << row.locale;
-    EXPECT_EQ(SystemScriptIsDoubleByte(), row.double_byte) << row.locale;
+    EXPECT_EQ(language, system_language) << locale;
+    EXPECT_EQ(SystemScriptIsDoubleByte(), double_byte) << locale;
   }
 }
 
@@ -69,20 +62,12 @@ TEST_F(LocaleFacts, LanguageOfLegacySetsIgnoresTheLocale) {
 }
 
 TEST_F(LocaleFacts, LeadBytesComeFromTheConverter) {
-  const std::tuple<int, int, bool> rows[] = {{kScriptJapanese, 0x41, false},
-                                             {kScriptJapanese, 0x81, true},
-                                             {kScriptJapanese, 0x9F, true},
-                                             {kScriptJapanese, 0xA0, false},
-                                             {kScriptJapanese, 0xB1, false},
-                                             {kScriptJapanese, 0xE0, true},
-                                             {kScriptJapanese, 0xFC, true},
-                                             {kScriptKorean, 0x41, false},
-                                             {kScriptKorean, 0xB0, true},
-                                             {kScriptKorean, 0xFE, true},
-                                             {kScriptTraditionalChinese, 0xA4, true},
-                                             {kScriptTraditionalChinese, 0x7A, false},
-                                             {kScriptSimplifiedChinese, 0xB0, true},
-                                             {kScriptSimplifiedChinese, 0x30, false}};
+  const int kJa = kScriptJapanese, kKo = kScriptKorean, kTw = kScriptTraditionalChinese,
+            kCn = kScriptSimplifiedChinese;
+  const std::tuple<int, int, bool> rows[] = {
+      {kJa, 0x41, false}, {kJa, 0x81, true}, {kJa, 0x9F, true},  {kJa, 0xA0, false}, {kJa, 0xB1, false},
+      {kJa, 0xE0, true},  {kJa, 0xFC, true}, {kKo, 0x41, false}, {kKo, 0xB0, true},  {kKo, 0xFE, true},
+      {kTw, 0xA4, true},  {kTw, 0x7A, false}, {kCn, 0xB0, true}, {kCn, 0x30, false}};
   for (const auto& [script, byte, lead] : rows) {
     unsigned char table[256];
     FillLeadByteTable(table, script);

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
-#include <thread>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -34,55 +34,37 @@ struct Held {
   CFStringRef str() const { return static_cast<CFStringRef>(object); }
 };
 
-TEST(PlatformObjects, TypeTagsTellStringsFromNumbersAndArrays) {
-  Held s(CreateStringFromUTF16(nullptr, 0));
-  Held n(CreateNumber(1.5));
-  Held a(CreateMutableArray());
+TEST(PlatformObjects, TypeTagsAndCounts) {
+  Held s(CreateStringFromUTF16(nullptr, 0)), n(CreateNumber(1.5)), a(CreateMutableArray());
   EXPECT_EQ(ObjectTypeID(s.object), StringTypeID());
   EXPECT_EQ(ObjectTypeID(n.object), NumberTypeID());
   EXPECT_EQ(ObjectTypeID(a.object), ArrayTypeID());
-  EXPECT_NE(StringTypeID(), NumberTypeID());
-  EXPECT_NE(StringTypeID(), ArrayTypeID());
+  EXPECT_TRUE(StringTypeID() != NumberTypeID() && StringTypeID() != ArrayTypeID());
   EXPECT_EQ(ObjectTypeID(nullptr), 0u);
   // String operations on a number answer as for no string.
   EXPECT_EQ(StringLength(reinterpret_cast<CFStringRef>(n.object)), 0);
   EXPECT_EQ(StringCharacters(reinterpret_cast<CFStringRef>(n.object)), nullptr);
   EXPECT_EQ(NumberValue(static_cast<CFNumberRef>(n.object)), 1.5);
-}
-
-TEST(PlatformObjects, RetainAndReleaseCount) {
-  CFStringRef s = CreateStringFromUTF16(W(u"abc").c_str(), -1);
-  EXPECT_EQ(ObjectRetainCount(s), 1);
-  EXPECT_EQ(RetainObject(s), s);
-  EXPECT_EQ(ObjectRetainCount(s), 2);
-  ReleaseObject(s);
-  EXPECT_EQ(ObjectRetainCount(s), 1);
-  ReleaseObject(s);  // freed: ASan reports a leak or a double free otherwise
+  EXPECT_EQ(RetainObject(s.object), s.object);
+  EXPECT_EQ(ObjectRetainCount(s.object), 2);
+  ReleaseObject(s.object);  // the last release frees: ASan reports a leak or a double free otherwise
+  EXPECT_EQ(ObjectRetainCount(s.object), 1);
   EXPECT_EQ(RetainObject(nullptr), nullptr);
   ReleaseObject(nullptr);
 }
 
 TEST(PlatformStrings, FromUTF16) {
   const U16 inner = {'a', 0, 'b', 0, 0};
-  struct Row {
-    const char* what;
-    const unsigned short* text;
-    long length;
-    U16 expected;
-  };
-  const Row rows[] = {
-      {"scanned", inner.c_str(), -1, W(u"a")},  {"counted with zero units", inner.c_str(), 5, inner},
-      {"empty count", inner.c_str(), 0, U16()}, {"null and zero", nullptr, 0, U16()},
-      {"null and scan", nullptr, -1, U16()},
-  };
-  for (const Row& row : rows) {
-    Held copied(CreateStringFromUTF16(row.text, row.length));
-    Held borrowed(CreateStringBorrowingUTF16(row.text, row.length));
-    EXPECT_EQ(TextOf(copied.str()), row.expected) << row.what;
-    EXPECT_EQ(TextOf(borrowed.str()), row.expected) << row.what;
-    if (row.text != nullptr && row.length != 0) {
-      EXPECT_NE(StringCharacters(copied.str()), row.text) << row.what;
-      EXPECT_EQ(StringCharacters(borrowed.str()), row.text) << row.what;
+  const std::tuple<const unsigned short*, long, U16> rows[] = {
+      {inner.c_str(), -1, W(u"a")}, {inner.c_str(), 5, inner}, {inner.c_str(), 0, U16()},
+      {nullptr, 0, U16()},          {nullptr, -1, U16()}};
+  for (const auto& [text, length, expected] : rows) {
+    Held copied(CreateStringFromUTF16(text, length)), borrowed(CreateStringBorrowingUTF16(text, length));
+    EXPECT_EQ(TextOf(copied.str()), expected) << length;
+    EXPECT_EQ(TextOf(borrowed.str()), expected) << length;
+    if (text != nullptr && length != 0) {
+      EXPECT_NE(StringCharacters(copied.str()), text) << length;
+      EXPECT_EQ(StringCharacters(borrowed.str()), text) << length;
     }
   }
   EXPECT_EQ(CreateStringFromUTF16(nullptr, 3), nullptr);
@@ -90,39 +72,22 @@ TEST(PlatformStrings, FromUTF16) {
 }
 
 TEST(PlatformStrings, FromBytesInAnEncoding) {
-  struct Row {
-    const char* what;
-    std::string bytes;
-    unsigned long encoding;
-    bool ok;
-    U16 expected;
-  };
-  const Row rows[] = {
-      {"ascii", "plain", kEncodingASCII, true, W(u"plain")},
-      {"ascii refuses 8-bit bytes", "caf\xE9", kEncodingASCII, false, U16()},
-      {"utf-8", "caf\xC3\xA9", Utf8Id(), true, W(u"caf\u00E9")},
-      {"utf-8 refuses a broken sequence", "caf\xC3", Utf8Id(), false, U16()},
-      {"latin-1", "caf\xE9", IdOf("iso-8859-1"), true, W(u"caf\u00E9")},
-      {"shift_jis", "\x82\xA0", IdOf("shift_jis"), true, W(u"\u3042")},
-      {"unknown encoding", "x", kUnknownTextEncoding, false, U16()},
-      {"utf-16 is not an 8-bit encoding", "xy", UnicodeTextEncoding(kUnicodeDefaultBase, 0, kUTF16Format),
-       false, U16()},
-  };
-  for (const Row& row : rows) {
-    Held s(CreateStringFromBytes(row.bytes.c_str(), row.encoding));
-    EXPECT_EQ(s.object != nullptr, row.ok) << row.what;
-    if (row.ok) {
-      EXPECT_EQ(TextOf(s.str()), row.expected) << row.what;
-    }
+  // A null expectation: refused (8-bit bytes as ASCII, a broken sequence, an
+  // unknown encoding, UTF-16, which is no 8-bit encoding).
+  const std::tuple<std::string, unsigned long, const char16_t*> rows[] = {
+      {"plain", kEncodingASCII, u"plain"},           {"caf\xE9", kEncodingASCII, nullptr},
+      {"caf\xC3\xA9", Utf8Id(), u"caf\u00E9"},        {"caf\xC3", Utf8Id(), nullptr},
+      {"caf\xE9", IdOf("iso-8859-1"), u"caf\u00E9"},  {"\x82\xA0", IdOf("shift_jis"), u"\u3042"},
+      {"x", kUnknownTextEncoding, nullptr},
+      {"xy", UnicodeTextEncoding(kUnicodeDefaultBase, 0, kUTF16Format), nullptr}};
+  for (const auto& [bytes, encoding, expected] : rows) {
+    Held s(CreateStringFromBytes(bytes.c_str(), encoding));
     // The explicit byte count carries zero bytes along.
-    std::string with_zero = row.bytes + std::string(1, '\0');
-    Held counted(
-        CreateStringFromByteRange(with_zero.data(), static_cast<long>(with_zero.size()), row.encoding));
-    if (row.ok) {
-      U16 expected = row.expected;
-      expected.push_back(0);
-      EXPECT_EQ(TextOf(counted.str()), expected) << row.what;
-    }
+    Held counted(CreateStringFromByteRange(bytes.c_str(), static_cast<long>(bytes.size() + 1), encoding));
+    ASSERT_EQ(s.object != nullptr, expected != nullptr) << bytes;
+    if (expected == nullptr) continue;
+    EXPECT_EQ(TextOf(s.str()), W(expected)) << bytes;
+    EXPECT_EQ(TextOf(counted.str()), W(expected) + U16(1, 0)) << bytes;
   }
   EXPECT_EQ(CreateStringFromBytes(nullptr, Utf8Id()), nullptr);
   EXPECT_EQ(CreateStringFromByteRange("x", -1, Utf8Id()), nullptr);
@@ -155,24 +120,17 @@ TEST(PlatformStrings, LengthPrefixedRoundTrip) {
 
 TEST(PlatformStrings, CopyBytes) {
   Held s(CreateStringFromUTF16(W(u"caf\u00E9").c_str(), -1));
-  struct Row {
-    const char* what;
-    long size;
-    unsigned long encoding;
-    bool ok;
-    std::string expected;
-  };
-  const Row rows[] = {
-      {"utf-8 fits", 6, Utf8Id(), true, "caf\xC3\xA9"},
-      {"utf-8 no room for the terminator", 5, Utf8Id(), false, ""},
-      {"latin-1", 5, IdOf("iso-8859-1"), true, "caf\xE9"},
-      {"ascii cannot hold it", 16, kEncodingASCII, false, ""},
-  };
-  for (const Row& row : rows) {
+  // No room for the terminator, or ASCII cannot hold it: false and "".
+  const std::tuple<long, unsigned long, bool, std::string> rows[] = {
+      {6, Utf8Id(), true, "caf\xC3\xA9"},
+      {5, Utf8Id(), false, ""},
+      {5, IdOf("iso-8859-1"), true, "caf\xE9"},
+      {16, kEncodingASCII, false, ""}};
+  for (const auto& [size, encoding, ok, expected] : rows) {
     char out[16];
     std::memset(out, 'Z', sizeof out);
-    EXPECT_EQ(CopyStringBytes(s.str(), out, row.size, row.encoding), row.ok) << row.what;
-    EXPECT_EQ(std::string(out), row.expected) << row.what;
+    EXPECT_EQ(CopyStringBytes(s.str(), out, size, encoding), ok) << size;
+    EXPECT_EQ(std::string(out), expected) << size;
   }
   char out[4] = {'Z', 'Z', 'Z', 'Z'};
   EXPECT_FALSE(CopyStringBytes(nullptr, out, 4, Utf8Id()));
@@ -181,47 +139,26 @@ TEST(PlatformStrings, CopyBytes) {
 
 TEST(PlatformStrings, Substring) {
   Held s(CreateStringFromUTF16(W(u"abcdef").c_str(), -1));
-  struct Row {
-    long start, length;
-    bool ok;
-    U16 expected;
-  };
-  const Row rows[] = {
-      {0, 6, true, W(u"abcdef")}, {2, 3, true, W(u"cde")}, {6, 0, true, U16()},
-      {5, 2, false, U16()},       {-1, 2, false, U16()},   {0, -1, false, U16()},
-  };
-  for (const Row& row : rows) {
-    Held sub(CreateSubstring(s.str(), row.start, row.length));
-    EXPECT_EQ(sub.object != nullptr, row.ok) << row.start << "," << row.length;
-    if (row.ok) {
-      EXPECT_EQ(TextOf(sub.str()), row.expected);
-    }
+  const std::tuple<long, long, const char16_t*> rows[] = {  // null: refused
+      {0, 6, u"abcdef"}, {2, 3, u"cde"}, {6, 0, u""}, {5, 2, nullptr}, {-1, 2, nullptr}, {0, -1, nullptr}};
+  for (const auto& [start, length, expected] : rows) {
+    Held sub(CreateSubstring(s.str(), start, length));
+    ASSERT_EQ(sub.object != nullptr, expected != nullptr) << start << "," << length;
+    if (expected != nullptr) EXPECT_EQ(TextOf(sub.str()), W(expected));
   }
   unsigned short out[3] = {0, 0, 0};
   CopyStringCharacters(s.str(), 1, 2, out);
-  EXPECT_EQ(out[0], 'b');
-  EXPECT_EQ(out[1], 'c');
-  EXPECT_EQ(out[2], 0);
+  EXPECT_EQ(U16(out, 3), (U16{'b', 'c', 0}));
 }
 
 // The number readers: leading white space and one sign, then as many digits
 // as read; an int saturates, a double past its range is infinite.
 TEST(PlatformStrings, NumberValues) {
-  const std::pair<const char16_t*, int> ints[] = {
-      {u"42", 42},
-      {u"  -17xyz", -17},
-      {u"+8", 8},
-      {u"", 0},
-      {u"abc", 0},
-      {u"2147483647", INT_MAX},
-      {u"2147483648", INT_MAX},
-      {u"-2147483648", INT_MIN},
-      {u"-99999999999", INT_MIN},
-      {u"\t\n 7", 7},
-      {u"3.9", 3},
-      {u"- 5", 0},
-      {u"\uFF15", 0},  // full-width digits are not read
-  };
+  const std::pair<const char16_t*, int> ints[] = {  // full-width digits are not read
+      {u"42", 42},          {u"  -17xyz", -17},         {u"+8", 8},          {u"", 0},
+      {u"abc", 0},          {u"2147483647", INT_MAX},   {u"2147483648", INT_MAX},
+      {u"-2147483648", INT_MIN},                        {u"-99999999999", INT_MIN},
+      {u"\t\n 7", 7},       {u"3.9", 3},                {u"- 5", 0},         {u"\uFF15", 0}};
   for (const auto& [text, expected] : ints) {
     Held s(CreateStringFromUTF16(W(text).c_str(), -1));
     EXPECT_EQ(StringIntValue(s.str()), expected) << vesktest::HexW(std::u16string_view(text));

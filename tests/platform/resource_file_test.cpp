@@ -99,55 +99,29 @@ TEST(ResourceFile, MalformedFilesAreRefused) {
     std::function<void(Bytes&)> damage;
     ResourceFileStatus expected;
   };
+  using S = ResourceFileStatus;
+  const size_t t = type_list + 2;  // the first type entry; the first reference at t + 16
   const Row rows[] = {
-      {"empty", [](Bytes& b) { b.clear(); }, ResourceFileStatus::kTruncated},
-      {"header cut", [](Bytes& b) { b.resize(15); }, ResourceFileStatus::kTruncated},
-      {"file cut before the map's end", [](Bytes& b) { b.pop_back(); }, ResourceFileStatus::kMapOutOfRange},
-      {"file cut inside the data", [](Bytes& b) { b.resize(260); }, ResourceFileStatus::kDataOutOfRange},
-      {"data length past the end", [](Bytes& b) { Set32(b, 8, 0xFFFFFFF0u); },
-       ResourceFileStatus::kDataOutOfRange},
-      {"map offset past the end", [](Bytes& b) { Set32(b, 4, 0xFFFFFFFFu); },
-       ResourceFileStatus::kMapOutOfRange},
-      {"map too short",
-       [map](Bytes& b) {
-         Set32(b, 12, 20);
-         b.resize(map + 20);
-       },
-       ResourceFileStatus::kBadMap},
-      {"type list offset past the map", [map](Bytes& b) { Set16(b, map + 24, 0xFFF0); },
-       ResourceFileStatus::kBadMap},
-      {"too many types", [type_list](Bytes& b) { Set16(b, type_list, 0x0FFF); }, ResourceFileStatus::kBadMap},
-      {"too many resources", [type_list](Bytes& b) { Set16(b, type_list + 2 + 4, 0x0FFF); },
-       ResourceFileStatus::kBadMap},
-      {"reference list inside the type list", [type_list](Bytes& b) { Set16(b, type_list + 2 + 6, 2); },
-       ResourceFileStatus::kLoopInMap},
-      {"two types share one reference list",
-       [type_list](Bytes& b) {
-         Set16(b, type_list + 2 + 8 + 6, b[type_list + 2 + 6] << 8 | b[type_list + 2 + 7]);
-       },
-       ResourceFileStatus::kLoopInMap},
-      {"one type listed twice",
-       [type_list](Bytes& b) { std::memcpy(&b[type_list + 2 + 8], &b[type_list + 2], 4); },
-       ResourceFileStatus::kDuplicateResource},
-      {"data offset past the data", [type_list](Bytes& b) { b[type_list + 18 + 5] = 0x7F; },
-       ResourceFileStatus::kDataOutOfRange},
-      {"resource length past the data", [](Bytes& b) { Set32(b, 256, 0x10000); },
-       ResourceFileStatus::kDataOutOfRange},
-      {"two resources share data",
-       [type_list](Bytes& b) {
-         for (int k = 0; k < 3; ++k) b[type_list + 30 + 5 + k] = b[type_list + 18 + 5 + k];
-       },
-       ResourceFileStatus::kLoopInMap},
-      {"name past the map", [type_list](Bytes& b) { Set16(b, type_list + 18 + 2, 0x7000); },
-       ResourceFileStatus::kNameOutOfRange},
-      {"name length past the map", [](Bytes& b) { b[b.size() - 2] = 200; },
-       ResourceFileStatus::kNameOutOfRange},
-      {"map and data overlap",
-       [](Bytes& b) {
-         Set32(b, 4, 256);
-         Set32(b, 12, 40);
-       },
-       ResourceFileStatus::kLoopInMap},
+      {"empty", [](Bytes& b) { b.clear(); }, S::kTruncated},
+      {"header cut", [](Bytes& b) { b.resize(15); }, S::kTruncated},
+      {"file cut before the map's end", [](Bytes& b) { b.pop_back(); }, S::kMapOutOfRange},
+      {"file cut inside the data", [](Bytes& b) { b.resize(260); }, S::kDataOutOfRange},
+      {"data length past the end", [](Bytes& b) { Set32(b, 8, 0xFFFFFFF0u); }, S::kDataOutOfRange},
+      {"map offset past the end", [](Bytes& b) { Set32(b, 4, 0xFFFFFFFFu); }, S::kMapOutOfRange},
+      {"map too short", [map](Bytes& b) { Set32(b, 12, 20), b.resize(map + 20); }, S::kBadMap},
+      {"type list offset past the map", [map](Bytes& b) { Set16(b, map + 24, 0xFFF0); }, S::kBadMap},
+      {"too many types", [t](Bytes& b) { Set16(b, t - 2, 0x0FFF); }, S::kBadMap},
+      {"too many resources", [t](Bytes& b) { Set16(b, t + 4, 0x0FFF); }, S::kBadMap},
+      {"reference list inside the type list", [t](Bytes& b) { Set16(b, t + 6, 2); }, S::kLoopInMap},
+      {"two types share one reference list", [t](Bytes& b) { Set16(b, t + 14, b[t + 6] << 8 | b[t + 7]); },
+       S::kLoopInMap},
+      {"one type listed twice", [t](Bytes& b) { std::memcpy(&b[t + 8], &b[t], 4); }, S::kDuplicateResource},
+      {"data offset past the data", [t](Bytes& b) { b[t + 21] = 0x7F; }, S::kDataOutOfRange},
+      {"resource length past the data", [](Bytes& b) { Set32(b, 256, 0x10000); }, S::kDataOutOfRange},
+      {"two resources share data", [t](Bytes& b) { std::memcpy(&b[t + 33], &b[t + 21], 3); }, S::kLoopInMap},
+      {"name past the map", [t](Bytes& b) { Set16(b, t + 18, 0x7000); }, S::kNameOutOfRange},
+      {"name length past the map", [](Bytes& b) { b[b.size() - 2] = 200; }, S::kNameOutOfRange},
+      {"map and data overlap", [](Bytes& b) { Set32(b, 4, 256), Set32(b, 12, 40); }, S::kLoopInMap},
   };
   std::vector<ResourceEntry> entries;
   ASSERT_EQ(ParseResourceFile(good.data(), good.size(), &entries), ResourceFileStatus::kOK);

@@ -26,9 +26,7 @@ CString Wide(const std::u16string& text) {
 }
 
 template <typename Work>
-void RunTogether(Work work) {
-  vesktest::RunTogether(kThreads, work);
-}
+void RunTogether(Work work) { vesktest::RunTogether(kThreads, work); }
 
 TEST(CFStringCacheStress, CopiesOfOneStringFillOneSlot) {
   for (int round = 0; round < 200; ++round) {
@@ -37,9 +35,8 @@ TEST(CFStringCacheStress, CopiesOfOneStringFillOneSlot) {
     const CString shared = Wide(std::u16string(static_cast<size_t>(1 + round * 5), u'a' + round % 26));
     std::vector<CString> copies(kThreads, shared);
     std::vector<CFStringRef> got(kThreads, nullptr);
-    RunTogether(
-        [&](int i) { got[static_cast<size_t>(i)] = copies[static_cast<size_t>(i)].GetCFStringRef(0); });
-    for (int i = 0; i < kThreads; ++i) ASSERT_EQ(got[static_cast<size_t>(i)], got[0]) << "round " << round;
+    RunTogether([&](int i) { got[i] = copies[i].GetCFStringRef(0); });
+    for (int i = 0; i < kThreads; ++i) ASSERT_EQ(got[i], got[0]) << "round " << round;
     EXPECT_EQ(P::StringLength(got[0]), shared.GetLength());
     // The buffer's retain and one per caller.
     EXPECT_EQ(P::ObjectRetainCount(got[0]), 1 + kThreads);
@@ -54,14 +51,13 @@ TEST(CFStringCacheStress, EmptyStringsFillAndDropTheNilSlot) {
   std::atomic<long> reads{0};
   RunTogether([&](int i) {
     for (int n = 0; n < 3000; ++n) {
+      CString empty;
       if (i % 2 == 0) {
-        CString empty;
         CFStringRef r = empty.GetCFStringRef(0);
         if (r == nullptr || P::StringLength(r) != 0 || P::ObjectRetainCount(r) < 1) std::abort();
         empty.ReleaseCFStringRef(r);
         reads.fetch_add(1, std::memory_order_relaxed);
       } else {
-        CString empty;
         empty.Empty();
         empty = static_cast<const unsigned short*>(nullptr);  // a write that stays on the nil data
         CString copy = empty;
@@ -78,11 +74,9 @@ TEST(CFStringCacheStress, CopiesMadeAndDroppedWhileReading) {
   // Copies come and go while others read the cache; the last owner frees the
   // buffer and its platform string once.
   for (int round = 0; round < 50; ++round) {
-    CString* shared = new CString(Wide(u"shared text " + std::u16string(static_cast<size_t>(round), u'x')));
-    std::vector<CString> copies(kThreads, *shared);
-    delete shared;
+    std::vector<CString> copies(kThreads, Wide(u"shared text " + std::u16string(round, u'x')));
     RunTogether([&](int i) {
-      CString& mine = copies[static_cast<size_t>(i)];
+      CString& mine = copies[i];
       for (int n = 0; n < 200; ++n) {
         CString another = mine;
         CFStringRef r = another.GetCFStringRef(0);

@@ -1,8 +1,10 @@
 #include "vesk/string/cstring"
 
 #include <cstdint>
+#include <algorithm>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -55,50 +57,38 @@ TEST_F(Bridges, GetCFStringRefCachesOneObjectPerBuffer) {
   EXPECT_SOUND(s);
   // Empty strings share the nil data's object; a write through one drops it.
   CString a, b;
-  CFStringRef ra = a.GetCFStringRef(0);
-  CFStringRef rb = b.GetCFStringRef(0);
-  EXPECT_EQ(ra, rb);
-  EXPECT_EQ(P::StringLength(ra), 0);
+  CFStringRef ra = a.GetCFStringRef(0), rb = b.GetCFStringRef(0);
+  EXPECT_TRUE(ra == rb && P::StringLength(ra) == 0);
   a.ReleaseCFStringRef(ra);
   b.ReleaseCFStringRef(rb);
   a = W(u"").c_str();
   CFStringRef rc = a.GetCFStringRef(0);
   EXPECT_EQ(P::StringLength(rc), 0);
   a.ReleaseCFStringRef(rc);
-  EXPECT_TRUE(OnNil(a));
-  EXPECT_EQ(_afxInitData.header.refCount, -1);
-  EXPECT_EQ(_afxInitData.header.length, 0);
+  EXPECT_SOUND(a);
 }
 
 TEST_F(Bridges, SetFromCFStringRef) {
-  struct Row {
-    const char* what;
-    CFTypeRef source;  // owned by the row
-    std::u16string expected;
-    bool keeps_source;  // the cache holds the given object afterwards
-  };
-  std::vector<Row> rows = {
-      {"plain", Platform(u"hello"), u"hello", true},
-      {"two trailing zero units", Platform(std::u16string_view(u"ab\0\0", 4)), u"ab", true},
-      {"inner zero kept", Platform(std::u16string_view(u"a\0b", 3)), std::u16string(u"a\0b", 3), true},
-      {"all zero", Platform(std::u16string_view(u"\0\0\0", 3)), u"", false},
-      {"null", nullptr, u"", false},
-      {"a number", P::CreateNumber(4), u"", false},
-      {"long", Platform(std::u16string(700, u'x')), std::u16string(700, u'x'), true},
-  };
-  for (Row& row : rows) {
+  // Source (owned by the row), text, whether the cache holds the given object afterwards.
+  const std::tuple<CFTypeRef, std::u16string, bool> rows[] = {
+      {Platform(u"hello"), u"hello", true},
+      {Platform(std::u16string_view(u"ab\0\0", 4)), u"ab", true},  // trailing zero units dropped
+      {Platform(std::u16string_view(u"a\0b", 3)), std::u16string(u"a\0b", 3), true},
+      {Platform(std::u16string_view(u"\0\0\0", 3)), u"", false},
+      {nullptr, u"", false},
+      {P::CreateNumber(4), u"", false},
+      {Platform(std::u16string(700, u'x')), std::u16string(700, u'x'), true}};
+  for (const auto& [source, expected, keeps_source] : rows) {
     CString s = Make(u"previous text");
-    CString sharer = s;
-    EXPECT_TRUE(s.SetFromCFStringRef(static_cast<CFStringRef>(row.source), 0)) << row.what;
-    EXPECT_EQ(Text(s), row.expected) << row.what;
-    EXPECT_EQ(Text(sharer), u"previous text") << row.what;
+    const CString sharer = s;
+    EXPECT_TRUE(s.SetFromCFStringRef(static_cast<CFStringRef>(source), 0)) << expected.size();
+    EXPECT_EQ(Text(s), expected);
+    EXPECT_EQ(Text(sharer), u"previous text");
     EXPECT_SOUND(s);
-    if (row.keeps_source) {
-      CFStringRef back = s.GetCFStringRef(0);
-      EXPECT_EQ(back, row.source) << row.what;
-      s.ReleaseCFStringRef(back);
-    }
-    P::ReleaseObject(row.source);
+    CFStringRef back = s.GetCFStringRef(0);
+    EXPECT_EQ(back == source, keeps_source) << expected.size();
+    s.ReleaseCFStringRef(back);
+    P::ReleaseObject(source);
   }
   // Its own cached object: the same object stays, kept alive by the buffer.
   CString s = Make(u"self");
@@ -178,32 +168,25 @@ TEST_F(Bridges, FreeCrossingFunctions) {
 }
 
 TEST_F(Bridges, ToMacAndFromMac) {
-  struct Row {
-    std::u16string text;
-    long size;
-    std::string expected;  // the length-prefixed result's bytes without the prefix
-  };
-  const Row rows[] = {
+  // Text, target size, the length-prefixed result without the prefix. Of a
+  // size of 10 the host has 9 bytes; longer text is cut to 9 units first.
+  const std::tuple<std::u16string, long, std::string> rows[] = {
       {u"abc", 10, "abc"},
-      {u"abcdefgh", 10, "abcdefgh"},      // 8 bytes fit in the host's 9
-      {u"abcdefghi", 10, ""},             // 9 units: the host has no room
-      {u"abcdefghijklmnopqrst", 10, ""},  // cut to 9 units first, then no room
+      {u"abcdefgh", 10, "abcdefgh"},
+      {u"abcdefghi", 10, ""},
+      {u"abcdefghijklmnopqrst", 10, ""},
       {u"caf\u00E9", 10, "caf\xC3\xA9"},
       {std::u16string(254, u'x'), 256, std::string(254, 'x')},
       {std::u16string(255, u'x'), 256, ""},  // the host sees 255 bytes
-      {u"", 256, ""},
-  };
-  for (const Row& row : rows) {
-    std::vector<unsigned char> target(static_cast<size_t>(row.size), 0xAA);
-    CString s = Make(row.text);
-    s.ToMac(target.data(), row.size);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(target.data() + 1), target[0]), row.expected)
-        << row.text.size() << " units, size " << row.size;
-    if (!row.expected.empty()) {
-      CString back;
-      back.FromMac(target.data());
-      EXPECT_EQ(Text(back), row.text);
-    }
+      {u"", 256, ""}};
+  for (const auto& [text, size, expected] : rows) {
+    std::vector<unsigned char> target(static_cast<size_t>(size), 0xAA);
+    Make(text).ToMac(target.data(), size);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(target.data() + 1), target[0]), expected)
+        << text.size() << " units, size " << size;
+    CString back;
+    back.FromMac(target.data());
+    EXPECT_EQ(Text(back), expected.empty() ? u"" : text);
   }
   CString s = Make(u"x");
   s.FromMac(nullptr);
@@ -215,27 +198,19 @@ TEST_F(Bridges, ToMacAndFromMac) {
 }
 
 TEST_F(Bridges, HFSUniStr255) {
-  struct Row {
-    std::u16string text;
-    unsigned short length;
-    bool terminated;  // a zero unit right behind the length
-  };
-  const Row rows[] = {{std::u16string(300, u'a'), 255, false},
-                      {std::u16string(255, u'a'), 255, false},
-                      {std::u16string(254, u'a'), 254, true},
-                      {u"", 0, true}};
-  for (const Row& row : rows) {
+  // Below 255 units a zero unit follows the text.
+  for (const size_t length : {300, 255, 254, 0}) {
     HFSUniStr255 record;
     std::memset(&record, 0x7F, sizeof record);
-    Make(row.text).GetHFSUniStr255(&record);
-    EXPECT_EQ(record.length, row.length);
-    for (unsigned i = 0; i < row.length; ++i) ASSERT_EQ(record.unicode[i], u'a') << i;
-    if (row.length < 255) {
-      EXPECT_EQ(record.unicode[row.length] == 0, row.terminated);
-    }
+    const std::u16string text(length, u'a');
+    Make(text).GetHFSUniStr255(&record);
+    const size_t kept = std::min<size_t>(length, 255);
+    EXPECT_EQ(record.length, kept);
+    EXPECT_EQ(std::u16string(record.unicode, record.unicode + kept + (kept < 255)),
+              text.substr(0, 255) + (kept < 255 ? std::u16string(1, 0) : u""));
     CString back;
     back.SetFromHFSUniStr255(&record);
-    EXPECT_EQ(Text(back), row.text.substr(0, 255));
+    EXPECT_EQ(Text(back), text.substr(0, 255));
   }
   // A zero unit stops the copy; the length field stays.
   HFSUniStr255 record;

@@ -26,16 +26,8 @@ class Bytes {
   int Int(int limit) { return limit <= 0 ? 0 : static_cast<int>((Byte() | (Byte() << 8)) % limit); }
   // A small signed number around the interesting edges of a length `n`.
   int Index(int n) {
-    switch (Byte() % 6) {
-      case 0:
-        return -1 - Int(3);
-      case 1:
-        return n;
-      case 2:
-        return n + 1 + Int(3);
-      default:
-        return Int(n + 1);
-    }
+    const int kind = Byte() % 6;
+    return kind == 0 ? -1 - Int(3) : kind == 1 ? n : kind == 2 ? n + 1 + Int(3) : Int(n + 1);
   }
 
  private:
@@ -107,15 +99,13 @@ class Run {
         break;
       }
       case 1:
+        s = CString(cs_[j]);
+        m = model_[j];
+        break;
+      case 2:
         s = cs_[j];
         m = model_[j];
         break;
-      case 2: {
-        const CString copy(cs_[j]);
-        s = copy;
-        m = model_[j];
-        break;
-      }
       case 3:
         s += cs_[j];
         m += model_[j];
@@ -248,11 +238,7 @@ class Run {
         break;
       }
       case 18:
-        if (in.Byte() % 2 == 0) {
-          s.LockBuffer();
-        } else {
-          s.UnlockBuffer();
-        }
+        in.Byte() % 2 == 0 ? static_cast<void>(s.LockBuffer()) : s.UnlockBuffer();
         break;
       case 19:
         s.FreeExtra();
@@ -268,17 +254,13 @@ class Run {
         s.MakeReverse();
         std::reverse(m.begin(), m.begin() + static_cast<std::ptrdiff_t>(ZeroEnd(m, 0)));
         break;
-      case 22:
-        if (in.Byte() % 2 == 0) {
-          s.MakeUpper();
-          for (char16_t& u : m)
-            if (u < 256) u = static_cast<char16_t>(std::toupper(u));
-        } else {
-          s.MakeLower();
-          for (char16_t& u : m)
-            if (u < 256) u = static_cast<char16_t>(std::tolower(u));
-        }
+      case 22: {
+        const bool upper = in.Byte() % 2 == 0;
+        upper ? s.MakeUpper() : s.MakeLower();
+        for (char16_t& u : m)
+          if (u < 256) u = static_cast<char16_t>(upper ? std::toupper(u) : std::tolower(u));
         break;
+      }
       case 23: {
         size_t k = 0;
         while (k < m.size() && m[k] != 0 && LeftSpace(m[k])) ++k;
@@ -308,10 +290,9 @@ class Run {
           expectation = "GetPart differs";
         break;
       }
-      case 27: {
+      case 27:
         s = s.Mid(0);  // the whole string, shared with itself
         break;
-      }
       case 28: {
         // Appending a tail of itself, through a plain pointer.
         const int from = std::min(in.Int(n + 1), n);
@@ -342,7 +323,8 @@ class Run {
       const std::string why = Vesk::CheckCString(cs_[k]);
       if (!why.empty()) return "op " + std::to_string(op) + ": slot " + std::to_string(k) + ": " + why;
     }
-    return {};
+    const std::string pools = Vesk::CheckStringPools();
+    return pools.empty() ? pools : "op " + std::to_string(op) + ": " + pools;
   }
 
  private:

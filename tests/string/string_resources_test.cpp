@@ -11,6 +11,7 @@
 #include <fstream>
 #include <string>
 #include <utility>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -84,29 +85,16 @@ class StringResources : public ::testing::Test {
     list200[2] = "table two hundred";
     list200[3] = "dup A";
     list200[4] = "dup B";
-    const std::vector<P::ResourceEntry> entries = {
+    std::vector<P::ResourceEntry> entries = {
         // Deliberately unsorted; 105 twice.
-        Resource(
-            "STRm", 0,
-            Table({{200, 2}, {101, 500}, {100, 0}, {105, 3}, {102, 499}, {103, 1}, {104, 1000}, {105, 4}})),
-        Resource("STR#", 200, List(list200)),
-        Resource("STR#", 201, List({"list 201 item 1"})),
-        Resource("STR ", 0, Pascal("zero")),
-        Resource("STR ", 1, Pascal("one")),
-        Resource("STR ", 8, Pascal("eight")),
-        Resource("STR ", 9, Pascal("nine")),
-        Resource("STR ", 10, Pascal("ten")),
-        Resource("STR ", 11, Pascal("eleven")),
-        Resource("STR ", 64, Pascal("sixty-four")),
-        Resource("STR ", 65, Pascal("sixty-five")),
-        Resource("STR ", 300, Pascal("single three hundred")),
-        Resource("STR ", 301, Pascal("%d items")),
-        Resource("STR ", 302,
-                 std::string("\xC8"
-                             "short",
-                             6)),  // claims 200 bytes, holds 5
-        Resource("STR ", -1, Pascal("single minus one")),
-    };
+        Resource("STRm", 0, Table({{200, 2}, {101, 500}, {100, 0}, {105, 3}, {102, 499}, {103, 1}, {104, 1000}, {105, 4}})),
+        Resource("STR#", 200, List(list200)), Resource("STR#", 201, List({"list 201 item 1"})),
+        Resource("STR ", 302, "\xC8short")};  // claims 200 bytes, holds 5
+    const std::pair<short, const char*> singles[] = {
+        {0, "zero"},         {1, "one"},         {8, "eight"},   {9, "nine"},
+        {10, "ten"},         {11, "eleven"},     {64, "sixty-four"}, {65, "sixty-five"},
+        {300, "single three hundred"},           {301, "%d items"},  {-1, "single minus one"}};
+    for (const auto& [id, text] : singles) entries.push_back(Resource("STR ", id, Pascal(text)));
     file_ = new vesktest::TempFile("strings");
     file_->Write(vesktest::Serialized(entries));
     P::ResourceFileRef ref = 0;
@@ -137,47 +125,39 @@ vesktest::TempFile* StringResources::file_ = nullptr;
 std::string StringResources::saved_domain_, StringResources::saved_messages_, StringResources::saved_ctype_;
 
 TEST(StringResourceSlots, SlotRule) {
-  const std::pair<unsigned, unsigned> rows[] = {
-      {0, 0},   {1, 1},  {8, 8},  {9, 9},  {10, 11},          {11, 11},      {12, 13},
-      {63, 63}, {64, 1}, {65, 1}, {66, 3}, {0xFFFFFFFFu, 63}, {0x10000u, 1},
-  };
+  const std::pair<unsigned, unsigned> rows[] = {{0, 0},  {1, 1},   {8, 8},   {9, 9},  {10, 11},
+                                                {11, 11}, {12, 13}, {63, 63}, {64, 1}, {65, 1},
+                                                {66, 3},  {0xFFFFFFFFu, 63},  {0x10000u, 1}};
   for (const auto& row : rows) EXPECT_EQ(SlotIndex(row.first), row.second) << row.first;
 }
 
 TEST_F(StringResources, StoresInTheirOrder) {
-  struct Row {
-    unsigned int id;
-    bool found;
-    std::u16string text;
-    Vesk::StringSource source;
-    const char* why;
-  };
   using S = Vesk::StringSource;
-  const Row rows[] = {
-      {100, true, u"list 200 item 1", S::kListTable, "place 0: list 200, item 1"},
-      {102, true, u"list 200 item 500", S::kListTable, "place 499: list 200, item 500"},
-      {101, true, u"list 201 item 1", S::kListTable, "place 500: list 201, item 1"},
-      {200, true, u"table two hundred", S::kListTable, "the table wins over the bundle"},
-      {300, true, u"single three hundred", S::kSingleString, "a single string"},
-      {302, true, u"short", S::kSingleString, "a length prefix past the block is cut to it"},
-      {400, true, u"bundle four hundred", S::kMainTable, "the main table before the named ones"},
-      {401, true, u"bundle caf\u00E9", S::kMainTable, "the bundle's text is converted"},
-      {500, true, u"first table 500", S::kNamedTable, "named tables in the order added"},
-      {501, true, u"first table 501", S::kNamedTable, "first named table"},
-      {502, true, u"second table 502", S::kNamedTable, "second named table"},
-      {1234, true, u"1234", S::kOwnDigits, "found nowhere: its own digits, and true"},
-      {0x10064, true, u"list 200 item 1", S::kListTable, "the table by the low 16 bits"},
-      {0x1FFFF, true, u"single minus one", S::kSingleString, "single strings by the low 16 bits, signed"},
-      {70000, true, u"bundle seventy thousand", S::kMainTable, "the bundle by the full number"},
-      {4000000000u, true, u"-29496729", S::kOwnDigits, "printed with %d, cut to 9 characters"},
-      {300, true, u"single three hundred", S::kCache, "a repeated number"},
+  const std::tuple<unsigned int, std::u16string, S, const char*> rows[] = {
+      {100, u"list 200 item 1", S::kListTable, "place 0: list 200, item 1"},
+      {102, u"list 200 item 500", S::kListTable, "place 499: list 200, item 500"},
+      {101, u"list 201 item 1", S::kListTable, "place 500: list 201, item 1"},
+      {200, u"table two hundred", S::kListTable, "the table wins over the bundle"},
+      {300, u"single three hundred", S::kSingleString, "a single string"},
+      {302, u"short", S::kSingleString, "a length prefix past the block is cut to it"},
+      {400, u"bundle four hundred", S::kMainTable, "the main table before the named ones"},
+      {401, u"bundle caf\u00E9", S::kMainTable, "the bundle's text is converted"},
+      {500, u"first table 500", S::kNamedTable, "named tables in the order added"},
+      {501, u"first table 501", S::kNamedTable, "first named table"},
+      {502, u"second table 502", S::kNamedTable, "second named table"},
+      {1234, u"1234", S::kOwnDigits, "found nowhere: its own digits, and true"},
+      {0x10064, u"list 200 item 1", S::kListTable, "the table by the low 16 bits"},
+      {0x1FFFF, u"single minus one", S::kSingleString, "single strings by the low 16 bits, signed"},
+      {70000, u"bundle seventy thousand", S::kMainTable, "the bundle by the full number"},
+      {4000000000u, u"-29496729", S::kOwnDigits, "printed with %d, cut to 9 characters"},
+      {300, u"single three hundred", S::kCache, "a repeated number"},
   };
-  for (const Row& row : rows) {
-    const Load got = LoadInto(row.id, u"before");
-    EXPECT_EQ(got.found, row.found) << row.id << ": " << row.why;
-    EXPECT_EQ(got.text, row.text) << row.id << ": " << row.why;
-    EXPECT_STREQ(Vesk::StringSourceName(Vesk::LastStringSource()), Vesk::StringSourceName(row.source))
-        << row.id << ": " << row.why;
+  for (const auto& [id, text, source, why] : rows) {
+    const Load got = LoadInto(id, u"before");
+    EXPECT_TRUE(got.found) << id << ": " << why;
+    EXPECT_EQ(got.text, text) << id << ": " << why;
+    EXPECT_STREQ(Vesk::StringSourceName(Vesk::LastStringSource()), Vesk::StringSourceName(source))
+        << id << ": " << why;
   }
   gStrResTableInited = 0;  // a fresh cache
   LoadInto(502);

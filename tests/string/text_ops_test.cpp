@@ -3,6 +3,8 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -44,47 +46,37 @@ TEST(CStringParts, SeparatorsAndRanges) {
   // sign-extended unit is found.
   EXPECT_EQ(Make(u"a\u00e9b").GetPartCount('\xe9'), 1);
   EXPECT_EQ(Text(Make(u"a\uffe9b").GetPart('\xe9', 0)), u"a");
-  EXPECT_EQ(Text(Make(u"a\uffe9b").GetLastPart('\xe9')), u"b");
-  EXPECT_EQ(Text(Make(u"abc").GetLastPart(',')), u"abc");
-  EXPECT_EQ(Text(Make(u"a,b,").GetLastPart(',')), u"");
-  EXPECT_EQ(Text(Make(u",x").GetLastPart(',')), u"x");
+  const std::pair<std::u16string_view, std::u16string_view> last[] = {
+      {u"a\uffe9b", u"b"}, {u"abc", u"abc"}, {u"a,b,", u""}, {u",x", u"x"}};
+  for (const auto& [text, part] : last)
+    EXPECT_EQ(Text(Make(text).GetLastPart(text[1] == 0xffe9 ? '\xe9' : ',')), part);
 
   const CString sep = Make(u"::");
-  const struct {
-    std::u16string_view text;
-    int count, index;
-    std::u16string_view part, last;
-  } rows[] = {
-      {u"a::b", 2, 1, u"b", u"b"},   {u"a::b", 2, 2, u"", u"b"},   {u"a::b", 2, -1, u"", u"b"},
+  const std::tuple<std::u16string_view, int, int, std::u16string_view, std::u16string_view> rows[] = {
+      {u"a::b", 2, 1, u"b", u"b"},   {u"a::b", 2, 2, u"", u"b"},     {u"a::b", 2, -1, u"", u"b"},
       {u"", 1, 0, u"", u""},         {u"a:::b", 2, 1, u":b", u":b"}, {u"::::", 3, 1, u"", u""},
       {u"x::", 2, 1, u"", u""},      {u"plain", 1, 0, u"plain", u"plain"},
   };
-  for (const auto& row : rows) {
-    const CString s = Make(row.text);
-    const std::string where(row.text.begin(), row.text.end());
-    EXPECT_EQ(s.GetPartCount(sep), row.count) << where;
-    EXPECT_EQ(Text(s.GetPart(sep, row.index)), row.part) << where;
-    EXPECT_EQ(Text(s.GetLastPart(sep)), row.last) << where;
+  for (const auto& [text, count, index, part, last_part] : rows) {
+    const CString s = Make(text);
+    EXPECT_EQ(s.GetPartCount(sep), count) << vesktest::HexW(text);
+    EXPECT_EQ(Text(s.GetPart(sep, index)), part) << vesktest::HexW(text);
+    EXPECT_EQ(Text(s.GetLastPart(sep)), last_part) << vesktest::HexW(text);
   }
   // An empty separator matches nowhere.
   EXPECT_EQ(Make(u"abc").GetPartCount(CString()), 1);
   EXPECT_EQ(Text(Make(u"abc").GetLastPart(CString())), u"abc");
 
   const CString comma = Make(u",");
-  const struct {
-    std::u16string_view text;
-    int first, last;
-    std::u16string_view expected;
-  } ranges[] = {
+  const std::tuple<std::u16string_view, int, int, std::u16string_view> ranges[] = {
       {u"a,b,c,d", 1, 3, u"b,c"}, {u"a,b,c", 1, 1, u"b"},   {u"a,b,c", 1, 2, u"b"},
       {u"a,b,c", 1, -1, u"b,c"},  {u"a,b,c", 2, 1, u""},    {u"a,b,c", 0, 3, u"a,b,c"},
       {u"a,b,c", 0, 2, u"a,b"},   {u"a,b,c", 2, 5, u"c,,"}, {u"a,b,c", 3, 3, u""},
       {u",a,", 0, -1, u",a,"},    {u",a,", 1, 3, u"a,"},
   };
-  for (const auto& row : ranges) {
-    const CString s = Make(row.text);
-    EXPECT_EQ(Text(s.GetPartRange(',', row.first, row.last)), row.expected) << row.first << " " << row.last;
-    EXPECT_EQ(Text(s.GetPartRange(comma, row.first, row.last)), row.expected) << row.first << " " << row.last;
+  for (const auto& [text, first, to, expected] : ranges) {
+    EXPECT_EQ(Text(Make(text).GetPartRange(',', first, to)), expected) << first << " " << to;
+    EXPECT_EQ(Text(Make(text).GetPartRange(comma, first, to)), expected) << first << " " << to;
   }
   const CString whole = Make(u"a,b");
   EXPECT_EQ(P(whole.GetPartRange(',', 0, -1)), P(whole));  // shared, not copied
@@ -92,18 +84,14 @@ TEST(CStringParts, SeparatorsAndRanges) {
 }
 
 TEST(CStringFind, ReverseFindOneOfAndCompareNoCase) {
-  const CString abc = Make(u"abcabc");
-  const CString inner = Make(std::u16string(u"ab\0cd", 5));
-  EXPECT_EQ(abc.ReverseFind(u'c'), 5);
-  EXPECT_EQ(abc.ReverseFind(u'z'), -1);
-  EXPECT_EQ(abc.ReverseFind(0), 6);
-  EXPECT_EQ(inner.ReverseFind(u'd'), -1);
-  EXPECT_EQ(CString().ReverseFind(0), 0);
-  EXPECT_EQ(CString().Find(u'\0'), -1);
-  EXPECT_EQ(abc.Find(u'b'), 1);
-  EXPECT_EQ(abc.Find(u'\0'), 6);
-  EXPECT_EQ(inner.Find(u'c'), -1);
-  EXPECT_EQ(inner.Find(u'\0'), 2);
+  const CString abc = Make(u"abcabc"), inner = Make(std::u16string(u"ab\0cd", 5)), none;
+  const std::tuple<const CString*, char16_t, int, int> units[] = {  // string, unit, ReverseFind, Find
+      {&abc, u'c', 5, 2}, {&abc, u'z', -1, -1}, {&abc, 0, 6, 6}, {&inner, u'd', -1, -1},
+      {&inner, u'c', -1, -1}, {&inner, 0, 2, 2}, {&none, 0, 0, -1}};
+  for (const auto& [s, unit, reverse, forward] : units) {
+    EXPECT_EQ(s->ReverseFind(unit), reverse) << static_cast<int>(unit);
+    EXPECT_EQ(s->Find(unit), forward) << static_cast<int>(unit);
+  }
 
   const CString s = Make(u"hello, world");
   const cstest::U16 set = W(u",w"), none = W(u"xyz"), empty;
@@ -114,19 +102,12 @@ TEST(CStringFind, ReverseFindOneOfAndCompareNoCase) {
     EXPECT_EQ(s.FindOneOf(empty.c_str()), -1);
     EXPECT_EQ(s.FindOneOf(nullptr), -1);
   }
-  const struct {
-    std::u16string_view a, b;
-    int expected;
-  } rows[] = {
-      {u"Hello", u"hELLO", 0}, {u"abc", u"abd", -1}, {u"abd", u"ABC", 1}, {u"ab", u"abc", -1},
-      {u"", u"", 0},           {u"[", u"a", -1},
-      {u"[", u"A", -1},            // '[' (0x5B) is below 'a' once 'A' folds
-      {u"\u00c9", u"\u00e9", -1},  // only ASCII folds
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(Make(row.a).CompareNoCase(W(row.b).c_str()), row.expected)
-        << std::string(row.a.begin(), row.a.end()) << " " << std::string(row.b.begin(), row.b.end());
-  }
+  // '[' (0x5B) is below 'a' once 'A' folds; only ASCII folds.
+  const std::tuple<std::u16string_view, std::u16string_view, int> rows[] = {
+      {u"Hello", u"hELLO", 0}, {u"abc", u"abd", -1}, {u"abd", u"ABC", 1},       {u"ab", u"abc", -1},
+      {u"", u"", 0},           {u"[", u"a", -1},     {u"[", u"A", -1},          {u"\u00c9", u"\u00e9", -1}};
+  for (const auto& [a, b, expected] : rows)
+    EXPECT_EQ(Make(a).CompareNoCase(W(b).c_str()), expected) << vesktest::HexW(a) << "/ " << vesktest::HexW(b);
 }
 
 TEST(CStringFind, TextInBothModes) {
@@ -168,17 +149,14 @@ TEST(CStringFind, TextInBothModes) {
 
 TEST(CStringCut, WholeCutsShareTheBuffer) {
   const CString s = Make(u"abcde");
-  const struct {
-    CString got;
-    bool shared;
-  } rows[] = {
+  const std::pair<CString, bool> rows[] = {
       {s.Mid(0, 5), true},    {s.Mid(-1), true},       {s.Left(5), true},     {s.Right(9), true},
       {s.RightMost(0), true}, {s.RightMost(-2), true}, {s.Mid(1, 4), false},  {s.Left(4), false},
       {s.Right(4), false},    {s.RightMost(1), false},
   };
   for (size_t i = 0; i < std::size(rows); ++i) {
-    EXPECT_EQ(P(rows[i].got) == P(s), rows[i].shared) << "row " << i;
-    EXPECT_SOUND(rows[i].got);
+    EXPECT_EQ(P(rows[i].first) == P(s), rows[i].second) << "row " << i;
+    EXPECT_SOUND(rows[i].first);
   }
 }
 
@@ -191,14 +169,11 @@ TEST(CStringCut, SpansAndTokens) {
   EXPECT_EQ(P(s.SpanExcluding(empty.c_str())), P(s));
 
   const CString list = Make(u",a,,b");
-  const struct {
-    std::u16string_view token;
-    int start;
-  } expected[] = {{u"a", 3}, {u"b", 6}, {u"", -1}, {u"", -1}};  // -1 again ends at once
-  int start = 0;
-  for (const auto& step : expected) {
-    EXPECT_EQ(Text(list.Tokenize(comma.c_str(), start)), step.token);
-    EXPECT_EQ(start, step.start);
+  const std::pair<std::u16string_view, int> expected[] = {{u"a", 3}, {u"b", 6}, {u"", -1}, {u"", -1}};
+  int start = 0;  // -1 again ends at once
+  for (const auto& [token, next] : expected) {
+    EXPECT_EQ(Text(list.Tokenize(comma.c_str(), start)), token);
+    EXPECT_EQ(start, next);
   }
   start = 2;
   EXPECT_EQ(P(list.Tokenize(nullptr, start)), P(list));
@@ -261,17 +236,14 @@ TEST(CStringEdit, CaseInDoubleByteMode) {
 
 TEST(CStringTrim, UnitsAndSets) {
   const cstest::U16 xy = W(u"xy"), empty;
-  const struct {
-    CString got;
-    std::u16string expected;
-  } rows[] = {
+  const std::pair<CString, std::u16string> rows[] = {
       {Make(u"xxaxx").TrimLeft(u'x'), u"axx"},       {Make(u"xxaxx").TrimRight(u'x'), u"xxa"},
       {Make(u"xyaxy").TrimLeft(xy.c_str()), u"axy"}, {Make(u"xyaxy").TrimRight(xy.c_str()), u"xya"},
       {Make(u"xyxy").TrimLeft(xy.c_str()), u""},     {Make(u"xya").TrimLeft(empty.c_str()), u"xya"},
       {Make(u"axy").TrimRight(nullptr), u"axy"},     {Make(u"abc").TrimLeft(u'\0'), u"abc"},
       {Make(u" \v\f\r").Trim(), u""},                {Make(u" a \t").Trim(), u"a"},
   };
-  for (const auto& row : rows) EXPECT_EQ(Text(row.got), row.expected);
+  for (const auto& [got, expected] : rows) EXPECT_EQ(Text(got), expected);
   // TrimLeft with an empty set returns before unsharing; TrimRight does not.
   CString a = Make(u"abc");
   CString b(a);

@@ -5,19 +5,11 @@
 #include <atomic>
 #include <stdexcept>
 #include <thread>
-#include <type_traits>
 
 namespace {
 
 using Vesk::Mutex;
 using Vesk::ScopedLock;
-using Vesk::VeskThreadUncopyable;
-
-static_assert(!std::is_copy_constructible_v<Mutex> && !std::is_copy_assignable_v<Mutex>);
-static_assert(!std::is_copy_constructible_v<ScopedLock> && !std::is_copy_assignable_v<ScopedLock>);
-static_assert(std::is_base_of_v<VeskThreadUncopyable, Mutex>);
-static_assert(std::is_base_of_v<VeskThreadUncopyable, ScopedLock>);
-static_assert(!std::is_polymorphic_v<Mutex> && !std::is_polymorphic_v<ScopedLock>);
 
 // Whether another thread can take the mutex right now (and gives it back).
 bool OtherThreadCanLock(Mutex& mutex) {

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -49,39 +51,28 @@ int FormatInto(unsigned short* buffer, size_t size, const char16_t* format, ...)
 
 std::u16string Widen(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
-TEST(TiwaTables, WhiteSpaceBitMatchesCIsspaceOverAscii) {
+TEST(TiwaTables, ClassBitsAndLowerMapMatchTheCLibraryOverAscii) {
+  const std::pair<int, int (*)(int)> classes[] = {{0x0100, std::isspace}, {TIWA_UPPER, std::isupper},
+                                                  {TIWA_DIGIT, std::isdigit}, {TIWA_PUNCT, std::ispunct},
+                                                  {TIWA_CNTRL, std::iscntrl}, {TIWA_XDIGIT, std::isxdigit}};
   for (int c = 0; c < 128; ++c) {
-    EXPECT_EQ((__wctype_mapC[c] & 0x0100) != 0, std::isspace(c) != 0) << c;
-    EXPECT_EQ((__wctype_mapC[c] & TIWA_UPPER) != 0, std::isupper(c) != 0) << c;
-    EXPECT_EQ((__wctype_mapC[c] & TIWA_DIGIT) != 0, std::isdigit(c) != 0) << c;
-    EXPECT_EQ((__wctype_mapC[c] & TIWA_PUNCT) != 0, std::ispunct(c) != 0) << c;
-    EXPECT_EQ((__wctype_mapC[c] & TIWA_CNTRL) != 0, std::iscntrl(c) != 0) << c;
-    EXPECT_EQ((__wctype_mapC[c] & TIWA_XDIGIT) != 0, std::isxdigit(c) != 0) << c;
+    for (const auto& [bit, is] : classes) EXPECT_EQ((__wctype_mapC[c] & bit) != 0, is(c) != 0) << bit << " " << c;
+    EXPECT_EQ(__wlower_mapC[c], std::tolower(c)) << c;
   }
 }
 
-TEST(TiwaTables, LowerMapLowersOnlyAToZ) {
-  for (int c = 0; c < 128; ++c) EXPECT_EQ(__wlower_mapC[c], std::tolower(c)) << c;
-}
-
 TEST(TiwaSpan, SpanBreakAndComplement) {
-  const struct {
-    std::u16string_view text, set;
-    size_t spn, cspn;
-    int pbrk;  // -1: null
-  } rows[] = {{u"", u"abc", 0, 0, -1},
-              {u"abcx", u"abc", 3, 0, 0},
-              {u"xyzab", u"abc", 0, 3, 3},
-              {u"abc", u"", 0, 3, -1},
-              {u"  \tx", u" \t", 3, 0, 0},
-              {u"\u00e9\u00e9a", u"\u00e9", 2, 0, 0},
-              {u"zz\U0001F600", u"\xD83D", 0, 2, 2}};
-  for (const auto& row : rows) {
-    const U16 text = W(row.text), set = W(row.set);
-    EXPECT_EQ(tiwa_wcsspn(text.c_str(), set.c_str()), row.spn);
-    EXPECT_EQ(tiwa_wcscspn(text.c_str(), set.c_str()), row.cspn);
+  // Text, set, span, complement span, break (-1: null).
+  const std::tuple<std::u16string_view, std::u16string_view, size_t, size_t, int> rows[] = {
+      {u"", u"abc", 0, 0, -1},      {u"abcx", u"abc", 3, 0, 0},  {u"xyzab", u"abc", 0, 3, 3},
+      {u"abc", u"", 0, 3, -1},      {u"  \tx", u" \t", 3, 0, 0}, {u"\u00e9\u00e9a", u"\u00e9", 2, 0, 0},
+      {u"zz\U0001F600", u"\xD83D", 0, 2, 2}};
+  for (const auto& [text_view, set_view, spn, cspn, pbrk] : rows) {
+    const U16 text = W(text_view), set = W(set_view);
+    EXPECT_EQ(tiwa_wcsspn(text.c_str(), set.c_str()), spn);
+    EXPECT_EQ(tiwa_wcscspn(text.c_str(), set.c_str()), cspn);
     const unsigned short* hit = tiwa_wcspbrk(text.c_str(), set.c_str());
-    EXPECT_EQ(hit == nullptr ? -1 : static_cast<int>(hit - text.c_str()), row.pbrk);
+    EXPECT_EQ(hit == nullptr ? -1 : static_cast<int>(hit - text.c_str()), pbrk);
   }
 }
 
@@ -122,9 +113,7 @@ TEST(TiwaFormat, Conversions) {
   const U16 wide = W(u"w\u00e9de");
   const unsigned short* null_wide = nullptr;
   const char* null_narrow = nullptr;
-  const struct {
-    std::u16string got, expected;
-  } rows[] = {
+  const std::pair<std::u16string, std::u16string> rows[] = {
       {Format(u"plain"), u"plain"},
       {Format(u"100%%"), u"100%"},
       {Format(u"[%s]", wide.c_str()), u"[w\u00e9de]"},
@@ -148,7 +137,7 @@ TEST(TiwaFormat, Conversions) {
       {Format(u"end%"), u"end%"},
       {Format(u"end%-5"), u"end%-5"},
   };
-  for (const auto& row : rows) EXPECT_EQ(row.got, row.expected);
+  for (const auto& [got, expected] : rows) EXPECT_EQ(got, expected);
 }
 
 TEST(TiwaFormat, NumbersAgreeWithTheCLibrary) {
