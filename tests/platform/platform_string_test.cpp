@@ -144,7 +144,9 @@ TEST(PlatformStrings, Substring) {
   for (const auto& [start, length, expected] : rows) {
     Held sub(CreateSubstring(s.str(), start, length));
     ASSERT_EQ(sub.object != nullptr, expected != nullptr) << start << "," << length;
-    if (expected != nullptr) EXPECT_EQ(TextOf(sub.str()), W(expected));
+    if (expected != nullptr) {
+      EXPECT_EQ(TextOf(sub.str()), W(expected));
+    }
   }
   unsigned short out[3] = {0, 0, 0};
   CopyStringCharacters(s.str(), 1, 2, out);

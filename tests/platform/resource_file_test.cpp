@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -57,14 +58,8 @@ TEST(ResourceFile, RoundTrip) {
   ASSERT_EQ(back.size(), entries.size());
   // Grouped by type in order of first appearance, order kept inside a type.
   const int order[] = {0, 2, 1, 3, 4};
-  for (size_t i = 0; i < back.size(); ++i) {
-    const ResourceEntry& want = entries[static_cast<size_t>(order[i])];
-    EXPECT_EQ(back[i].type, want.type) << i;
-    EXPECT_EQ(back[i].id, want.id) << i;
-    EXPECT_EQ(back[i].has_name, want.has_name) << i;
-    EXPECT_EQ(back[i].name, want.name) << i;
-    EXPECT_EQ(back[i].data, want.data) << i;
-  }
+  auto fields = [](const ResourceEntry& e) { return std::tie(e.type, e.id, e.has_name, e.name, e.data); };
+  for (size_t i = 0; i < back.size(); ++i) EXPECT_TRUE(fields(back[i]) == fields(entries[order[i]])) << i;
   // No resources at all is a valid file too.
   const Bytes empty = Serialized({});
   EXPECT_EQ(ParseResourceFile(empty.data(), empty.size(), &back), ResourceFileStatus::kOK);
@@ -179,29 +174,21 @@ TEST_F(ResourceStore, OpenFindAndChain) {
 TEST_F(ResourceStore, IndexedStrings) {
   const std::string damaged = std::string("\0\3", 2) + Pascal("ok") + std::string(1, '\x40');
   ASSERT_NE(CreateResourceFile(nullptr), 0);
-  const struct {
-    short list;
-    std::string data;
-  } lists[] = {{200, List({"zero", "one", ""})}, {201, damaged}, {202, std::string(1, '\0')}};
-  for (const auto& l : lists) {
-    char** h = NewMovableBlock(l.data.size());
-    std::memcpy(*h, l.data.data(), l.data.size());
-    ASSERT_TRUE(AddResourceToCurrentFile(h, ResourceType("STR#"), l.list, nullptr));
+  const std::pair<short, std::string> lists[] = {
+      {200, List({"zero", "one", ""})}, {201, damaged}, {202, std::string(1, '\0')}};
+  for (const auto& [list, data] : lists) {
+    char** h = NewMovableBlock(data.size());
+    std::memcpy(*h, data.data(), data.size());
+    ASSERT_TRUE(AddResourceToCurrentFile(h, ResourceType("STR#"), list, nullptr));
   }
-  struct Row {
-    short list, index;
-    std::string expected;
-  };
-  const Row rows[] = {
+  const std::tuple<short, short, std::string> rows[] = {
       {200, 1, "zero"}, {200, 2, "one"}, {200, 3, ""}, {200, 4, ""}, {200, 0, ""}, {200, -1, ""},
-      {201, 1, "ok"},   {201, 2, ""},    {201, 3, ""}, {202, 1, ""}, {203, 1, ""},
-  };
-  for (const Row& row : rows) {
+      {201, 1, "ok"},   {201, 2, ""},    {201, 3, ""}, {202, 1, ""}, {203, 1, ""}};
+  for (const auto& [list, index, expected] : rows) {
     unsigned char text[256];
     std::memset(text, 0xAA, sizeof text);
-    CopyListedString(text, row.list, row.index);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(text + 1), text[0]), row.expected)
-        << row.list << "/" << row.index;
+    CopyListedString(text, list, index);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(text + 1), text[0]), expected) << list << "/" << index;
   }
 }
 
