@@ -86,7 +86,9 @@ TEST_F(Bridges, SetFromCFStringRef) {
     EXPECT_EQ(Text(sharer), u"previous text");
     EXPECT_SOUND(s);
     CFStringRef back = s.GetCFStringRef(0);
-    EXPECT_EQ(back == source, keeps_source) << expected.size();
+    if (keeps_source) {
+      EXPECT_EQ(back, source) << expected.size();
+    }
     s.ReleaseCFStringRef(back);
     P::ReleaseObject(source);
   }

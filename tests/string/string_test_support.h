@@ -43,7 +43,7 @@ inline bool OnNil(const CString& s) { return s.GetData() == _afxDataNil; }
 
 }  // namespace cstest
 
-// Expects the string's buffer to satisfy its invariants.
-#define EXPECT_SOUND(s) EXPECT_EQ(Vesk::CheckCString(s), "") << "after " << #s
+// Expects the string's buffer, and every string pool, to satisfy their invariants.
+#define EXPECT_SOUND(s) EXPECT_EQ(Vesk::CheckCString(s) + Vesk::CheckStringPools(), "") << "after " << #s
 
 #endif  // VESK_TESTS_STRING_STRING_TEST_SUPPORT_H_

@@ -84,10 +84,10 @@ TEST(CStringParts, SeparatorsAndRanges) {
 }
 
 TEST(CStringFind, ReverseFindOneOfAndCompareNoCase) {
-  const CString abc = Make(u"abcabc"), inner = Make(std::u16string(u"ab\0cd", 5)), none;
+  const CString abc = Make(u"abcabc"), inner = Make(std::u16string(u"ab\0cd", 5)), nil;
   const std::tuple<const CString*, char16_t, int, int> units[] = {  // string, unit, ReverseFind, Find
       {&abc, u'c', 5, 2}, {&abc, u'z', -1, -1}, {&abc, 0, 6, 6}, {&inner, u'd', -1, -1},
-      {&inner, u'c', -1, -1}, {&inner, 0, 2, 2}, {&none, 0, 0, -1}};
+      {&inner, u'c', -1, -1}, {&inner, 0, 2, 2}, {&nil, 0, 0, -1}};
   for (const auto& [s, unit, reverse, forward] : units) {
     EXPECT_EQ(s->ReverseFind(unit), reverse) << static_cast<int>(unit);
     EXPECT_EQ(s->Find(unit), forward) << static_cast<int>(unit);
