@@ -57,6 +57,7 @@ std::string Model(const std::string& path, const std::string& root,
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   std::vector<std::string> in = veskfuzz::Lines(data, size, 8);
   Vesk::ResetColonPathVolumes();
   std::string root = Vesk::kDefaultColonPathRootVolume;

@@ -34,6 +34,7 @@ std::string Fields(const Vesk::URI& uri) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   if (size == 0) return 0;
   const std::string charset = kCharsets[data[0] % (sizeof kCharsets / sizeof kCharsets[0])];
   const std::string text(reinterpret_cast<const char*>(data + 1), size - 1);

@@ -44,6 +44,7 @@ bool WellEscaped(const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   const std::string text(reinterpret_cast<const char*>(data), size);
 
   const std::string escaped = URI::Escape(text);

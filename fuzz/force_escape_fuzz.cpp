@@ -31,6 +31,7 @@ using Vesk::URI;
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   const std::string text(reinterpret_cast<const char*>(data), size);
   URI uri{URI::StringProxy(text)};
   Require(Vesk::uri_internal::URIShapeError(uri).empty(), "parse leaves one of the four shapes");

@@ -10,6 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "vesk/string/cstring"
+#include "vesk/string/cstring_check.h"
+#include "vesk/uri/invariants.h"
+#include "vesk/uri/uri"
+
 namespace veskfuzz {
 
 // Stops the run with a message when a property does not hold, so that
@@ -20,6 +25,44 @@ inline void Require(bool condition, const char* what) {
     std::abort();
   }
 }
+
+// Stops the run when `uri` is not one of the shapes the parser makes. For
+// results of the parser and of operations; setters may leave other shapes.
+inline void RequireShape(const Vesk::URI& uri, const char* what) {
+  const std::string error = Vesk::uri_internal::URIShapeError(uri);
+  if (!error.empty()) {
+    std::fprintf(stderr, "%s: %s\n", what, error.c_str());
+    std::abort();
+  }
+}
+
+// Stops the run when the string's buffer is not sound.
+inline void RequireSound(const CString& s, const char* what) {
+  const std::string error = Vesk::CheckCString(s);
+  if (!error.empty()) {
+    std::fprintf(stderr, "%s: %s\n", what, error.c_str());
+    std::abort();
+  }
+}
+
+// Stops the run when a string pool's free list is not sound. It takes the
+// pools' locks, so a target runs it once, at the end of each input.
+inline void RequirePools() {
+  const std::string error = Vesk::CheckStringPools();
+  if (!error.empty()) {
+    std::fprintf(stderr, "string pools: %s\n", error.c_str());
+    std::abort();
+  }
+}
+
+// Runs RequirePools when the input's last string has gone: one at the top
+// of a target checks the pools at every way out of the input.
+struct PoolsCheckedAtExit {
+  PoolsCheckedAtExit() = default;
+  PoolsCheckedAtExit(const PoolsCheckedAtExit&) = delete;
+  PoolsCheckedAtExit& operator=(const PoolsCheckedAtExit&) = delete;
+  ~PoolsCheckedAtExit() { RequirePools(); }
+};
 
 // The input cut at line feeds into exactly `count` texts: the last takes the
 // rest, line feeds included, and missing ones are empty.

@@ -36,6 +36,7 @@ void RequireFileURI(const URI& uri) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   const std::string text(reinterpret_cast<const char*>(data), size);
 
   // Unix: the path comes back as given, with a leading slash.

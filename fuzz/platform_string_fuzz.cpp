@@ -72,6 +72,7 @@ void CheckNumbers(CFStringRef s, const Wide& units) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   static const bool locale = P::SetHostLocale("C");
   (void)locale;
   Wide units;
@@ -125,6 +126,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (CFStringRef r : {ranged, zero, head, counted, same}) P::ReleaseObject(r);
   }
   for (CFStringRef r : {copied, borrowed, slice}) P::ReleaseObject(r);
-  Require(Vesk::CheckStringPools().empty(), "string pools");
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "vesk/platform/resources"
+#include "fuzz/fuzz_support.h"
 
 using namespace Vesk::Platform;
 
@@ -28,6 +29,7 @@ bool SameEntries(const std::vector<ResourceEntry>& a, const std::vector<Resource
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   // An exactly sized copy, so a read past the end is a sanitizer report.
   std::vector<unsigned char> input(data, data + size);
   std::vector<ResourceEntry> entries;

@@ -109,6 +109,7 @@ void CheckSetters(const URI& base, const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   const std::vector<std::string> in = veskfuzz::Lines(data, size, 2);
   const URI parsed(in[0]);
   Require(Vesk::uri_internal::URIShapeError(parsed).empty(), "the parser made an odd shape");

@@ -12,6 +12,7 @@
 
 #include "vesk/encoding/transcoder"
 #include "vesk/encoding/transcoder_internal.h"
+#include "fuzz/fuzz_support.h"
 
 namespace {
 
@@ -95,6 +96,7 @@ void CheckPools() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   if (size == 0) return 0;
   std::string encoding;
   size_t at = 1;

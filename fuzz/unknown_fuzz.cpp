@@ -41,6 +41,7 @@ bool Opaque(const std::string& head) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   const std::string input(reinterpret_cast<const char*>(data), size);
   std::string scheme = "http";
   std::string text = input;
@@ -60,6 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   const bool untouched = SameState(fresh, URI());
   if (result) {
+    veskfuzz::RequireShape(fresh, "UnknownToURI");
     Require(SameState(fresh, used), "outcome depends on the object's previous state");
     Require(
         !fresh.m_Scheme.empty() || (fresh.m_IsRelative && !fresh.m_Path.empty() && fresh.m_Path[0] == '.'),

@@ -64,6 +64,7 @@ void CheckNames(const URI& uri, const std::string& other) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const veskfuzz::PoolsCheckedAtExit pools;
   const std::vector<std::string> in = veskfuzz::Lines(data, size, 2);
   const URI parsed(in[0]);
   Require(Vesk::uri_internal::URIShapeError(parsed).empty(), "the parser made an odd shape");

@@ -1,9 +1,10 @@
 // Invariant checks of CString buffers and fixed-block pools.
 #include "vesk/string/cstring_check.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <set>
+#include <vector>
 
 #include "vesk/string/buffer_ops.h"
 #include "vesk/string/pools.h"
@@ -34,16 +35,38 @@ int PlexCount(const CFixedAlloc& pool) {
 
 std::string CheckPool(const CFixedAlloc& pool) {
   const std::size_t limit = static_cast<std::size_t>(PlexCount(pool)) * pool.blocksPerPlex;
-  std::set<const void*> seen;
+  // The list in order, one past the limit at most; a fault is the first in
+  // list order, as a walk that remembers every node would meet it.
+  std::vector<const void*> nodes;
+  std::size_t fault_at = SIZE_MAX;
+  const char* fault = nullptr;
   for (const CFixedAlloc::CNode* node = pool.freeList; node != nullptr;
        std::memcpy(&node, static_cast<const void*>(node), sizeof node)) {
-    if (seen.size() >= limit) return "free list longer than the slabs hold (a cycle?)";
-    if (!seen.insert(node).second) return "block on the free list twice";
-    const int where = Placement(pool, node);
+    if (nodes.size() == limit) {
+      fault_at = limit;
+      fault = "free list longer than the slabs hold (a cycle?)";
+      break;
+    }
+    nodes.push_back(node);
+  }
+  // The first repeat: the earliest second sighting of any block.
+  std::vector<std::size_t> order(nodes.size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::sort(order.begin(), order.end(),
+            [&](std::size_t a, std::size_t b) { return nodes[a] != nodes[b] ? nodes[a] < nodes[b] : a < b; });
+  for (std::size_t k = 1; k < order.size(); ++k) {
+    if (nodes[order[k]] == nodes[order[k - 1]] && order[k] < fault_at &&
+        (k < 2 || nodes[order[k - 2]] != nodes[order[k]])) {
+      fault_at = order[k];
+      fault = "block on the free list twice";
+    }
+  }
+  for (std::size_t i = 0; i < nodes.size() && i < fault_at; ++i) {
+    const int where = Placement(pool, nodes[i]);
     if (where == 1) return "free block off a block boundary";
     if (where == 2) return "free block outside every slab";
   }
-  return {};
+  return fault == nullptr ? std::string() : fault;
 }
 
 std::string CheckStringPools() {

@@ -1,4 +1,5 @@
 // Paths as lists of segments: splitting, joining, and the whole-segment test.
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -17,10 +18,14 @@ void URI::SplitPath(const std::string& path, std::vector<std::string>& segments,
   if (leadingSlash) ++begin;
   trailingSlash = end > begin && path[end - 1] == '/';
   if (trailingSlash) --end;
-  // An empty list gets room for a usual path at once; a list that already
-  // holds segments grows as vectors do, so that appending stays linear.
-  if (segments.empty()) segments.reserve(8);
   const char* const text = path.data();
+  // Room for every piece at once (at most one more than the slashes inside),
+  // so that a deep path costs one allocation instead of a doubling series; a
+  // list that must grow at least doubles, so that repeated appends stay linear.
+  if (end > begin) {
+    const size_t needed = segments.size() + 1 + static_cast<size_t>(std::count(text + begin, text + end, '/'));
+    if (needed > segments.capacity()) segments.reserve(std::max(needed, 2 * segments.capacity()));
+  }
   size_t piece = begin;
   while (piece < end) {
     const void* hit = std::memchr(text + piece, '/', end - piece);
