@@ -1,7 +1,6 @@
 // Invariant checks of CString buffers and fixed-block pools.
 #include "vesk/string/cstring_check.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -13,14 +12,19 @@ namespace Vesk {
 namespace {
 
 // Where `block` lies in the pool: 0 when on a block boundary of some slab,
-// 1 inside a slab but off a boundary, 2 outside every slab.
-int Placement(const CFixedAlloc& pool, const void* block) {
+// 1 inside a slab but off a boundary, 2 outside every slab. On a boundary,
+// `ordinal` numbers the block across the chain (slab by slab).
+int Placement(const CFixedAlloc& pool, const void* block, std::size_t& ordinal) {
   const auto address = reinterpret_cast<std::uintptr_t>(block);
   const std::uintptr_t slab_bytes = static_cast<std::uintptr_t>(pool.blocksPerPlex) * pool.blockBytes;
-  for (CPlex* slab = pool.plexChain; slab != nullptr; slab = slab->next) {
+  std::size_t slab_index = 0;
+  for (CPlex* slab = pool.plexChain; slab != nullptr; slab = slab->next, ++slab_index) {
     const auto first = reinterpret_cast<std::uintptr_t>(slab->data());
-    if (address >= first && address < first + slab_bytes)
-      return (address - first) % pool.blockBytes == 0 ? 0 : 1;
+    if (address >= first && address < first + slab_bytes) {
+      if ((address - first) % pool.blockBytes != 0) return 1;
+      ordinal = slab_index * pool.blocksPerPlex + (address - first) / pool.blockBytes;
+      return 0;
+    }
   }
   return 2;
 }
@@ -35,38 +39,22 @@ int PlexCount(const CFixedAlloc& pool) {
 
 std::string CheckPool(const CFixedAlloc& pool) {
   const std::size_t limit = static_cast<std::size_t>(PlexCount(pool)) * pool.blocksPerPlex;
-  // The list in order, one past the limit at most; a fault is the first in
-  // list order, as a walk that remembers every node would meet it.
-  std::vector<const void*> nodes;
-  std::size_t fault_at = SIZE_MAX;
-  const char* fault = nullptr;
+  // One mark per block of the chain: a walk in linear time that meets the
+  // faults in list order.
+  std::vector<bool> seen(limit, false);
+  std::size_t count = 0;
   for (const CFixedAlloc::CNode* node = pool.freeList; node != nullptr;
        std::memcpy(&node, static_cast<const void*>(node), sizeof node)) {
-    if (nodes.size() == limit) {
-      fault_at = limit;
-      fault = "free list longer than the slabs hold (a cycle?)";
-      break;
-    }
-    nodes.push_back(node);
-  }
-  // The first repeat: the earliest second sighting of any block.
-  std::vector<std::size_t> order(nodes.size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return nodes[a] != nodes[b] ? nodes[a] < nodes[b] : a < b; });
-  for (std::size_t k = 1; k < order.size(); ++k) {
-    if (nodes[order[k]] == nodes[order[k - 1]] && order[k] < fault_at &&
-        (k < 2 || nodes[order[k - 2]] != nodes[order[k]])) {
-      fault_at = order[k];
-      fault = "block on the free list twice";
-    }
-  }
-  for (std::size_t i = 0; i < nodes.size() && i < fault_at; ++i) {
-    const int where = Placement(pool, nodes[i]);
+    if (count >= limit) return "free list longer than the slabs hold (a cycle?)";
+    std::size_t ordinal = 0;
+    const int where = Placement(pool, node, ordinal);
+    if (where == 0 && seen[ordinal]) return "block on the free list twice";
     if (where == 1) return "free block off a block boundary";
     if (where == 2) return "free block outside every slab";
+    seen[ordinal] = true;
+    ++count;
   }
-  return fault == nullptr ? std::string() : fault;
+  return {};
 }
 
 std::string CheckStringPools() {
@@ -104,7 +92,8 @@ std::string CheckCString(const CString& s) {
   StringPools::SpinLock& lock = StringPools::PoolLock(cls);
   lock.lock();
   const CFixedAlloc* pool = StringPools::PoolPointer(cls);
-  const int where = pool == nullptr ? 2 : Placement(*pool, data);
+  std::size_t ordinal = 0;
+  const int where = pool == nullptr ? 2 : Placement(*pool, data, ordinal);
   lock.unlock();
   if (where != 0) return "pooled buffer not on a block of its pool";
   return {};
