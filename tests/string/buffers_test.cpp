@@ -1,5 +1,7 @@
 #include "vesk/string/cstring"
 
+#include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstring>
 #include <new>
@@ -269,6 +271,22 @@ TEST(CStringPools, LastReleaseHandsTheBlockOutNextInEveryClass) {
     }
     EXPECT_EQ(static_cast<void*>(Make(Units(n)).GetData()), block) << n;
   }
+}
+
+TEST(CStringPools, ATakenPoolLockIsWaitedFor) {
+  auto& lock = Vesk::StringPools::PoolLock(0);
+  lock.lock();
+  std::atomic<bool> taken{false};
+  std::thread other([&] {
+    lock.lock();  // spins, then yields, until the holder lets go
+    taken = true;
+    lock.unlock();
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_FALSE(taken.load());
+  lock.unlock();
+  other.join();
+  EXPECT_TRUE(taken.load());
 }
 
 TEST(CStringPools, ThreadCachesGoBackToTheirPools) {
