@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/text.h"
 #include "tests/support/tsv.h"
 #include "vesk/string/cstring_check.h"
 #include "vesk/uri/invariants.h"
@@ -45,10 +46,10 @@ inline std::string Shaped(const URI& uri) {
 inline std::string State(const URI& uri) { return Flags(uri) + " " + Shaped(uri); }
 
 // The units of a CString, once its header has been checked.
-inline std::basic_string<unsigned short> Units(const CString& s) {
+inline U16 Units(const CString& s) {
   EXPECT_EQ(Vesk::CheckCString(s), "");
   const unsigned short* units = s;
-  return std::basic_string<unsigned short>(units, static_cast<size_t>(s.GetLength()));
+  return U16(units, static_cast<size_t>(s.GetLength()));
 }
 
 inline std::string DumpCell(const std::string& c) { if (c.empty()) return "-"; if (c == "-") return "\\-"; std::string o; char b[8]; for (unsigned char x : c) { if (x == '\\') o += "\\\\"; else if (x == '\t') o += "\\t"; else if (x == '\n') o += "\\n"; else if (x < 0x20 || x >= 0x7f) { snprintf(b, 8, "\\x%02X", x); o += b; } else o += (char)x; } return o; }
