@@ -264,14 +264,26 @@ TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
       offset += call.read;
       if (call.status != kConversionOK && call.status != kOutputBufferFull) break;
     }
-    for (TextConverter* c : from) ResetConverter(c);
-    for (size_t offset = 0; offset < units.size() * 2;) {
-      const char* text = reinterpret_cast<const char*>(units.data()) + offset;
-      const Call call = Convert(from[0], text, units.size() * 2 - offset, 7);
-      ASSERT_EQ(call, Convert(from[1], text, units.size() * 2 - offset, 7)) << name << offset;
-      offset += call.read;
-      if (call.status != kConversionOK && call.status != kOutputBufferFull) break;
+    // UTF-16 texts through a buffer of 7 bytes, call after call.
+    auto agree_from = [&](const std::u16string& units) {
+      for (TextConverter* c : from) ResetConverter(c);
+      for (size_t offset = 0; offset < units.size() * 2;) {
+        const char* text = reinterpret_cast<const char*>(units.data()) + offset;
+        const Call call = Convert(from[0], text, units.size() * 2 - offset, 7);
+        ASSERT_EQ(call, Convert(from[1], text, units.size() * 2 - offset, 7)) << name << offset;
+        offset += call.read;
+        if (call.status != kConversionOK && call.status != kOutputBufferFull) break;
+      }
+    };
+    agree_from(units);
+    // Characters of two bytes split by the end of the buffer: ideographs,
+    // one ASCII letter after every fifth so that both halves come to lie last.
+    std::u16string ideographs;
+    for (char16_t unit = 0x4E00; unit < 0x9FA0; unit += 7) {
+      ideographs += unit;
+      if (unit % 5 == 0) ideographs += u'a';
     }
+    agree_from(ideographs);
     for (int table = 0; table < 2; ++table) {
       CloseConverter(to[table]);
       CloseConverter(from[table]);

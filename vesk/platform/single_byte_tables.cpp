@@ -12,7 +12,7 @@ namespace Platform {
 namespace {
 
 // A page of units that no byte stands for, shared by every table.
-const std::uint16_t kNoPage[256] = {};
+const std::uint32_t kNoPage[256] = {};
 
 struct Tables {
   std::mutex lock;
@@ -42,7 +42,7 @@ SingleByteTable::SingleByteTable(std::unique_ptr<SingleByteProber> prober) : pro
     to_unit_[byte] = to_direct_[byte] ? unit : 0;
     useful_ = useful_ || to_direct_[byte];
   }
-  const std::uint16_t* first = BuildPage(0);
+  const std::uint32_t* first = BuildPage(0);
   bool same = true;
   for (unsigned value = 0; value < 256 && same; ++value) {
     same = to_direct_[value] && to_unit_[value] == value && first[value] == (kDirect | value);
@@ -63,19 +63,21 @@ const SingleByteTable* SingleByteTable::For(const char* icu_name,
   return table;
 }
 
-const std::uint16_t* SingleByteTable::BuildPage(unsigned page) const {
+const std::uint32_t* SingleByteTable::BuildPage(unsigned page) const {
   std::lock_guard<std::mutex> hold(build_lock_);
-  const std::uint16_t* built = pages_[page].load(std::memory_order_acquire);
+  const std::uint32_t* built = pages_[page].load(std::memory_order_acquire);
   if (built != nullptr) return built;
-  auto* entries = new std::uint16_t[256]();
+  auto* entries = new std::uint32_t[256]();
   bool any = false;
   // Surrogates are never single characters: ICU pairs them or stops there.
   const bool surrogates = page >= 0xD8 && page <= 0xDF;
   for (unsigned low = 0; low < 256 && !surrogates; ++low) {
-    std::uint8_t byte = 0;
+    std::uint8_t bytes[2] = {};
+    int count = 0;
     bool fallback = false;
-    if (prober_->UnitToByte(static_cast<std::uint16_t>(page << 8 | low), &byte, &fallback)) {
-      entries[low] = static_cast<std::uint16_t>(kDirect | (fallback ? kFallback : 0) | byte);
+    if (prober_->UnitToBytes(static_cast<std::uint16_t>(page << 8 | low), bytes, &count, &fallback)) {
+      entries[low] = kDirect | (fallback ? kFallback : 0) | bytes[0] |
+                     (count == 2 ? kTwoBytes | static_cast<std::uint32_t>(bytes[1]) << 8 : 0);
       any = true;
     }
   }
@@ -123,6 +125,17 @@ void SingleByteTable::ToUTF16(const std::uint8_t*& in, const std::uint8_t* in_en
   out = target;
 }
 
+int SingleByteTable::Lookup(std::uint16_t unit, std::uint8_t bytes[2], bool* fallback) const {
+  const std::uint32_t* page = pages_[unit >> 8].load(std::memory_order_acquire);
+  if (page == nullptr) page = BuildPage(unit >> 8);
+  const std::uint32_t entry = page[unit & 0xFF];
+  if ((entry & kDirect) == 0) return 0;
+  if ((entry & kFallback) != 0) *fallback = true;
+  bytes[0] = static_cast<std::uint8_t>(entry);
+  bytes[1] = static_cast<std::uint8_t>(entry >> 8);
+  return (entry & kTwoBytes) != 0 ? 2 : 1;
+}
+
 void SingleByteTable::FromUTF16(const char16_t*& in, const char16_t* in_end, std::uint8_t*& out,
                                 std::uint8_t* out_end, bool* fallback) const {
   const char16_t* source = in;
@@ -140,19 +153,23 @@ void SingleByteTable::FromUTF16(const char16_t*& in, const char16_t* in_end, std
         target += 16;
       }
     }
+    // A character of two bytes may use up the room before `stop`.
     const char16_t* stop = source + std::min<std::ptrdiff_t>({in_end - source, out_end - target, 16});
     while (source < stop) {
       const std::uint16_t unit = *source;
-      const std::uint16_t* page = pages_[unit >> 8].load(std::memory_order_acquire);
+      const std::uint32_t* page = pages_[unit >> 8].load(std::memory_order_acquire);
       if (page == nullptr) page = BuildPage(unit >> 8);
-      const std::uint16_t entry = page[unit & 0xFF];
-      if ((entry & kDirect) == 0) {
+      const std::uint32_t entry = page[unit & 0xFF];
+      const std::ptrdiff_t length = (entry & kTwoBytes) != 0 ? 2 : 1;
+      if ((entry & kDirect) == 0 || out_end - target < length) {
         in = source;
         out = target;
         return;
       }
       if ((entry & kFallback) != 0) *fallback = true;
-      *target++ = static_cast<std::uint8_t>(entry);
+      target[0] = static_cast<std::uint8_t>(entry);
+      if (length == 2) target[1] = static_cast<std::uint8_t>(entry >> 8);
+      target += length;
       ++source;
     }
   }

@@ -8,8 +8,8 @@
 
 // The single-byte characters of a character set, looked up instead of asked
 // of ICU: every byte that ICU's path turns into one UTF-16 unit on its own, and
-// every UTF-16 unit that it turns into one byte (through a fallback mapping or
-// not). Whatever else there is (a lead byte, a surrogate, a character that
+// every UTF-16 unit that it turns into one or two bytes (through a fallback
+// mapping or not). Whatever else there is (a lead byte, a surrogate, a character that
 // cannot be mapped or that ICU holds back) is left to ICU's path, which then
 // decides, so that looking up never changes a result.
 namespace Vesk {
@@ -23,9 +23,9 @@ class SingleByteProber {
   // True, and the unit, when the byte gives exactly one unit and nothing is
   // held back.
   virtual bool ByteToUnit(std::uint8_t byte, std::uint16_t* unit) = 0;
-  // True, the byte and whether a fallback mapping gave it, when the unit gives
-  // exactly one byte and nothing is held back.
-  virtual bool UnitToByte(std::uint16_t unit, std::uint8_t* byte, bool* fallback) = 0;
+  // True, the bytes (*count of them) and whether a fallback mapping gave them,
+  // when the unit gives one or two bytes and nothing is held back.
+  virtual bool UnitToBytes(std::uint16_t unit, std::uint8_t bytes[2], int* count, bool* fallback) = 0;
 };
 
 class SingleByteTable {
@@ -42,11 +42,16 @@ class SingleByteTable {
   void ToUTF16(const std::uint8_t*& in, const std::uint8_t* in_end, char16_t*& out,
                char16_t* out_end) const;
 
-  // UTF-16 units to bytes while they are single-byte characters and the output
-  // has room; stops before the first unit that is not one. Sets *fallback when
-  // a fallback mapping was used.
+  // UTF-16 units to bytes while they are characters of one or two bytes and
+  // the output has room for all of a character's bytes; stops before the
+  // first unit that is not one. Sets *fallback when a fallback mapping was
+  // used.
   void FromUTF16(const char16_t*& in, const char16_t* in_end, std::uint8_t*& out,
                  std::uint8_t* out_end, bool* fallback) const;
+
+  // The bytes of one UTF-16 unit and their count (1 or 2), or 0 for a unit left
+  // to ICU. Sets *fallback when a fallback mapping gives them.
+  int Lookup(std::uint16_t unit, std::uint8_t bytes[2], bool* fallback) const;
 
   // Whether any byte is a single-byte character: a set without any (a
   // double-byte set) gains nothing from the table.
@@ -54,12 +59,14 @@ class SingleByteTable {
 
  private:
   explicit SingleByteTable(std::unique_ptr<SingleByteProber> prober);
-  const std::uint16_t* BuildPage(unsigned page) const;
+  const std::uint32_t* BuildPage(unsigned page) const;
 
-  // Unit side entries: the byte, with kDirect set, and kFallback when the
-  // byte comes from a fallback mapping; 0 for a unit left to ICU.
-  static constexpr std::uint16_t kDirect = 0x100;
-  static constexpr std::uint16_t kFallback = 0x200;
+  // Unit side entries: the first byte, the second above it for a character of
+  // two bytes (kTwoBytes), with kDirect set, and kFallback when the bytes come
+  // from a fallback mapping; 0 for a unit left to ICU.
+  static constexpr std::uint32_t kDirect = 0x10000;
+  static constexpr std::uint32_t kFallback = 0x20000;
+  static constexpr std::uint32_t kTwoBytes = 0x40000;
 
   // Byte side: the unit of each byte, and which bytes are direct.
   std::uint16_t to_unit_[256] = {};
@@ -70,7 +77,7 @@ class SingleByteTable {
   bool latin1_identity_ = false;
   bool useful_ = false;
 
-  mutable std::atomic<const std::uint16_t*> pages_[256] = {};
+  mutable std::atomic<const std::uint32_t*> pages_[256] = {};
   mutable std::mutex build_lock_;
   std::unique_ptr<SingleByteProber> prober_;  // used under build_lock_
 };

@@ -34,8 +34,9 @@ struct OpaqueTECObjectRef {
   bool used_fallback = false;
   // The other side is UTF-8, which has a faster path for whole characters.
   bool utf8 = false;
-  // The other side's single-byte characters, looked up while the ICU
-  // converter holds nothing; null for sets that have none or keep state.
+  // The other side's characters of one byte (and, from UTF-16, of two),
+  // looked up while the ICU converter holds nothing; null for sets that have
+  // no single-byte characters or keep state.
   const SingleByteTable* table = nullptr;
   // The ICU converter holds nothing: no partial character, no output waiting.
   // The faster path may be taken only then.
@@ -163,20 +164,24 @@ class IcuProber : public SingleByteProber {
     return true;
   }
 
-  bool UnitToByte(std::uint16_t unit, std::uint8_t* byte, bool* fallback) override {
+  bool UnitToBytes(std::uint16_t unit, std::uint8_t bytes[2], int* count, bool* fallback) override {
     ucnv_resetFromUnicode(from_->icu);
     from_->used_fallback = false;
-    char out[8];
+    char out[8] = {};
     char* target = out;
     const UChar source_unit = unit;
     const UChar* source = &source_unit;
     UErrorCode status = U_ZERO_ERROR;
     ucnv_fromUnicode(from_->icu, &target, out + 8, &source, source + 1, nullptr, false, &status);
     UErrorCode count_status = U_ZERO_ERROR;
-    if (U_FAILURE(status) || target - out != 1 || ucnv_fromUCountPending(from_->icu, &count_status) != 0) {
+    const std::ptrdiff_t written = target - out;
+    if (U_FAILURE(status) || written < 1 || written > 2 ||
+        ucnv_fromUCountPending(from_->icu, &count_status) != 0) {
       return false;
     }
-    *byte = static_cast<std::uint8_t>(out[0]);
+    bytes[0] = static_cast<std::uint8_t>(out[0]);
+    bytes[1] = static_cast<std::uint8_t>(out[1]);
+    *count = static_cast<int>(written);
     *fallback = from_->used_fallback;
     return true;
   }
@@ -502,6 +507,16 @@ UErrorCode FromUTF16Rest(OpaqueTECObjectRef* converter, const UChar*& source, co
       converter->table->FromUTF16(source, source_end, out, out_end, &converter->used_fallback);
       if (source == source_end) break;
       if (out == out_end) return U_BUFFER_OVERFLOW_ERROR;  // the rest waits for the next call
+      // A character of two bytes with room for one: the first is written and
+      // the second held back for the next call, as ICU does.
+      std::uint8_t bytes[2];
+      if (out_end - out == 1 && converter->table->Lookup(*source, bytes, &converter->used_fallback) == 2) {
+        *out++ = bytes[0];
+        converter->pending[0] = bytes[1];
+        converter->pending_bytes = 1;
+        ++source;
+        return U_BUFFER_OVERFLOW_ERROR;
+      }
       piece_end = source + 1;
       while (piece_end < source_end && *piece_end >= 0x80) ++piece_end;
     }
