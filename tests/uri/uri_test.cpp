@@ -81,7 +81,8 @@ TEST(CharacterClasses, ExactValues) {
 Cells Parse(const Cells& in) {
   if (in[0] == kBlank) {
     const URI blank;
-    return {Flags(blank), blank.m_Scheme, "", "", "", "", "", "", "", "", blank.ToString(false), blank.ToString(true)};
+    return {Flags(blank),          blank.m_Scheme,      "", "", "", "", "", "", "", "",
+            blank.ToString(false), blank.ToString(true)};
   }
   const std::string& text = in[0];
   std::unique_ptr<char[]> exact(new char[text.size() + 1]);
@@ -93,8 +94,9 @@ Cells Parse(const Cells& in) {
   URI parsed("mailto:z");
   EXPECT_EQ(parsed.ParseURI(text), fromChars.IsValidURI());
   const auto fields = [](const URI& u) {
-    return Cells{State(u),   u.m_Scheme, u.m_Username,        u.m_Password, u.m_Server,         u.m_Port,
-                 u.m_Path, u.m_NonHierarchical, u.m_Query, u.m_Fragment, u.ToString(false), u.ToString(true)};
+    return Cells{State(u),   u.m_Scheme,   u.m_Username,      u.m_Password,
+                 u.m_Server, u.m_Port,     u.m_Path,          u.m_NonHierarchical,
+                 u.m_Query,  u.m_Fragment, u.ToString(false), u.ToString(true)};
   };
   const Cells first = fields(fromChars);
   for (const URI* uri : {&fromProxy, &assigned, &parsed}) EXPECT_EQ(fields(*uri), first);
@@ -163,10 +165,10 @@ const std::map<std::string, Op> kOps = {
      {4,
       [](const Cells& in) {
         static const std::map<std::string, void (URI::*)(URI::StringProxy)> setters = {
-            {"SetPath", &URI::SetPath},         {"SetScheme", &URI::SetScheme},
+            {"SetPath", &URI::SetPath},           {"SetScheme", &URI::SetScheme},
             {"SetAuthority", &URI::SetAuthority}, {"SetServerPort", &URI::SetServerPort},
-            {"SetUsername", &URI::SetUsername}, {"SetPassword", &URI::SetPassword},
-            {"SetFragment", &URI::SetFragment}, {"SetNonHierarchical", &URI::SetNonHierarchical}};
+            {"SetUsername", &URI::SetUsername},   {"SetPassword", &URI::SetPassword},
+            {"SetFragment", &URI::SetFragment},   {"SetNonHierarchical", &URI::SetNonHierarchical}};
         static const std::map<std::string, std::string URI::*> fields = {
             {"scheme", &URI::m_Scheme}, {"server", &URI::m_Server},     {"port", &URI::m_Port},
             {"path", &URI::m_Path},     {"query", &URI::m_Query},       {"fragment", &URI::m_Fragment},
@@ -316,7 +318,8 @@ TEST(URI, DefaultIsBlankAndCopiesShareNothing) {
   URI copy(source);
   URI assigned;
   assigned = source;
-  for (const URI* uri : {&copy, &assigned}) EXPECT_EQ(Flags(*uri) + uri->ToString(false), "001http://u:p@h:1/p?q#g");
+  for (const URI* uri : {&copy, &assigned})
+    EXPECT_EQ(Flags(*uri) + uri->ToString(false), "001http://u:p@h:1/p?q#g");
   source.SetPath("/other");
   copy.CopyURI(copy);
   EXPECT_EQ(copy.m_Path, "/p");
@@ -324,8 +327,8 @@ TEST(URI, DefaultIsBlankAndCopiesShareNothing) {
 
 TEST(Getters, UnescapeTheirFieldAndGiveBackWhatWasSet) {
   const URI uri("http://us%20er:p%41ss@h/a%20b%2F?q%20r+s#f%23g");
-  EXPECT_EQ(uri.GetUsername() + "|" + uri.GetPassword() + "|" + uri.GetPath() + "|" + uri.GetQuery(true) + "|" +
-                uri.GetQuery(false) + "|" + uri.GetFragment(),
+  EXPECT_EQ(uri.GetUsername() + "|" + uri.GetPassword() + "|" + uri.GetPath() + "|" + uri.GetQuery(true) +
+                "|" + uri.GetQuery(false) + "|" + uri.GetFragment(),
             "us er|pAss|/a b/|q r+s|q%20r+s|f#g");
   EXPECT_EQ(URI("http://h:%38%30/").GetServerPort(), "80");
   EXPECT_EQ(URI("mailto:a%40b").GetNonHierarchical(), "a@b");
@@ -335,7 +338,8 @@ TEST(Getters, UnescapeTheirFieldAndGiveBackWhatWasSet) {
     u.SetFragment(text);
     u.SetUsername(text);
     u.SetQuery(text, true);
-    EXPECT_EQ(u.GetPath() + u.GetFragment() + u.GetUsername() + u.GetQuery(true), std::string(text) + text + text + text);
+    EXPECT_EQ(u.GetPath() + u.GetFragment() + u.GetUsername() + u.GetQuery(true),
+              std::string(text) + text + text + text);
   }
 }
 
@@ -417,7 +421,8 @@ TEST(StringRefProxy, FieldsInOrder) {
   static_assert(sizeof(P::m_IsWide) == 4, "the wide flag is a 32-bit word");
   static_assert(offsetof(P, m_IsWide) < offsetof(P, m_Narrow), "m_IsWide comes first");
   static_assert(offsetof(P, m_Narrow) < offsetof(P, m_Wide), "m_Narrow comes before m_Wide");
-  static_assert(!std::is_constructible<P, const std::string&>::value, "targets are taken by non-const reference");
+  static_assert(!std::is_constructible<P, const std::string&>::value,
+                "targets are taken by non-const reference");
   static_assert(!std::is_constructible<P, const U16&>::value, "targets are taken by non-const reference");
   std::string narrow;
   U16 wide;

@@ -24,28 +24,23 @@ std::string Hex2(int c) {
   return buffer;
 }
 
+// An entry point that escapes through a setter: the field it stores.
+std::function<std::string(const std::string&)> Via(const char* start, void (URI::*set)(URI::StringProxy),
+                                                   std::string URI::*field) {
+  return [=](const std::string& s) {
+    URI uri(start);
+    (uri.*set)(s);
+    return uri.*field;
+  };
+}
+
 // The entry points that escape, each revealing one character map.
 const std::map<std::string, std::function<std::string(const std::string&)>> kEscapers = {
     {"Escape", [](const std::string& s) { return URI::Escape(s); }},
     {"QueryEscape", [](const std::string& s) { return URI::QueryEscape(s); }},
-    {"SetUsername",
-     [](const std::string& s) {
-       URI uri("http://h/");
-       uri.SetUsername(s);
-       return uri.m_Username;
-     }},
-    {"SetPassword",
-     [](const std::string& s) {
-       URI uri("http://h/");
-       uri.SetPassword(s);
-       return uri.m_Password;
-     }},
-    {"SetNonHierarchical",
-     [](const std::string& s) {
-       URI uri("mailto:x");
-       uri.SetNonHierarchical(s);
-       return uri.m_NonHierarchical;
-     }},
+    {"SetUsername", Via("http://h/", &URI::SetUsername, &URI::m_Username)},
+    {"SetPassword", Via("http://h/", &URI::SetPassword, &URI::m_Password)},
+    {"SetNonHierarchical", Via("mailto:x", &URI::SetNonHierarchical, &URI::m_NonHierarchical)},
     {"ToStringUTF8Escaped",
      [](const std::string& s) {
        URI uri("a");
@@ -116,7 +111,8 @@ std::string Query(const Cells& in) {
     if (in[1] == "setmap") uri.SetQueryByMap(ReadMap(in[3]));
     result = uri.m_Query;
   }
-  EXPECT_EQ(State(uri), "101 http://h/p" + std::string(uri.m_Query.empty() ? "" : "?") + uri.m_Query + "#frag");
+  EXPECT_EQ(State(uri),
+            "101 http://h/p" + std::string(uri.m_Query.empty() ? "" : "?") + uri.m_Query + "#frag");
   return result;
 }
 
@@ -201,7 +197,8 @@ TEST(CharacterMaps, EveryByteThroughEveryMap) {
       const auto printable = members.find(user.first);
       bool member = c >= 0x80;
       if (printable != members.end()) {
-        member = (c >= 1 && c < 0x20) || c == 0x7F || (c != 0 && printable->second.find(Byte(c)) != std::string::npos);
+        member = (c >= 1 && c < 0x20) || c == 0x7F ||
+                 (c != 0 && printable->second.find(Byte(c)) != std::string::npos);
       }
       const std::string expected = member ? "%" + Hex2(c) : Byte(c);
       EXPECT_EQ(user.second("a" + Byte(c) + "b"), "a" + expected + "b") << user.first << " byte " << c;
@@ -274,7 +271,9 @@ TEST(QueryMap, WideTargetsAndEveryShape) {
   EXPECT_FALSE(uri.GetQueryValue("absent", wide));
   EXPECT_EQ(wide, U16{u'k'});
   const std::pair<const char*, const char*> rows[] = {
-      {"mailto:joe@host?subject=x", "mailto:joe@host?k=v&subject=x"}, {"a/b", "a/b?k=v"}, {"http://h", "http://h?k=v"}};
+      {"mailto:joe@host?subject=x", "mailto:joe@host?k=v&subject=x"},
+      {"a/b", "a/b?k=v"},
+      {"http://h", "http://h?k=v"}};
   for (const auto& row : rows) {
     URI u(row.first);
     u.SetQueryValue("k", "v");

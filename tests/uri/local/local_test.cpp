@@ -23,11 +23,10 @@ class RecordingURI : public URI {
   std::string form;
 };
 
-const std::map<std::string, void (URI::*)(URI::StringProxy)> kToURI = {
-    {"win", &URI::LocalPathToURIWin},
-    {"unix", &URI::LocalPathToURIUnix},
-    {"mac", &URI::LocalPathToURIMac},
-    {"default", &URI::LocalPathToURI}};
+const std::map<std::string, void (URI::*)(URI::StringProxy)> kToURI = {{"win", &URI::LocalPathToURIWin},
+                                                                       {"unix", &URI::LocalPathToURIUnix},
+                                                                       {"mac", &URI::LocalPathToURIMac},
+                                                                       {"default", &URI::LocalPathToURI}};
 
 // Converts on a fresh URI and on one that held every component; each gives an
 // absolute, hierarchical file URI with no port, query or fragment, and user
@@ -73,8 +72,8 @@ const std::map<std::string, Op> kOps = {
       [](const Cells& in) {
         const URI uri(in[0]);
         EXPECT_EQ(uri.m_Path, in[0]);
-        return Cells{uri.GetFilename(false), uri.GetFilename(true), uri.GetExtension(false), uri.GetExtension(true),
-                     uri.GetLastPathComponent()};
+        return Cells{uri.GetFilename(false), uri.GetFilename(true), uri.GetExtension(false),
+                     uri.GetExtension(true), uri.GetLastPathComponent()};
       }}},
     {"filetype", {2, [](const Cells& in) { return Cells{Bit(URI(in[0]).IsOfFileType(in[1]))}; }}},
     {"removelast",
@@ -105,6 +104,17 @@ const std::map<std::string, Op> kOps = {
 TEST(LocalPaths, Table) {
   Vesk::ResetColonPathVolumes();
   RunTable("uri_local.tsv", kOps);
+}
+
+// Each of the ten words keeps its text a URI; any other word with a colon and
+// no "//" behind it is taken for a colon path.
+TEST(UnknownToURI, OpaqueSchemeWords) {
+  for (const char* word : {"mailto", "about", "res", "link", "draft", "veskbrowse", "veskinternal", "vesk",
+                           "connect", "javascript"}) {
+    const std::string w = word;
+    EXPECT_EQ(Guess({w + ":body", "http"}), (Cells{"1", "", "100", w + ":body"}));
+    EXPECT_EQ(Guess({w + "x:body", "http"}), (Cells{"1", "mac", "101", "file:///" + w + "x/body"}));
+  }
 }
 
 TEST(ToLocalPath, OddStatesAndRoundTrips) {
@@ -157,7 +167,9 @@ struct Scripted : RecordingURI {
     moves += std::string(reference) + (escape ? "+" : "-") + ";";
     return true;
   }
-  void LocalPathToURIMac(StringProxy path) override { form = path, LocalPathToURIUnix(StringProxy("/redirected")); }
+  void LocalPathToURIMac(StringProxy path) override {
+    form = path, LocalPathToURIUnix(StringProxy("/redirected"));
+  }
   StringProxy ToLocalPathUnix() const override { return StringProxy("redirected"); }
   bool directory = false;
   std::string moves;

@@ -130,7 +130,8 @@ const std::map<std::string, Op> kOps = {
         EXPECT_EQ(other.GetRelation(object, in[2] == "1"), mirror) << "mirrored";
         return Cells{RelationName(r)};
       }}},
-    {"relstr", {2, [](const Cells& in) { return Cells{RelationName(URI::GetRelationByString(in[0], in[1]))}; }}},
+    {"relstr",
+     {2, [](const Cells& in) { return Cells{RelationName(URI::GetRelationByString(in[0], in[1]))}; }}},
     {"parent",
      {3,
       [](const Cells& in) {
@@ -177,7 +178,8 @@ TEST(ChDir, StoredFieldsAfterAMove) {
   EXPECT_EQ(query.m_Query + " " + query.m_Fragment, "x%20y=& f%3F");
   URI rooted("http://u:p@host:81/a?q#f");
   rooted.ChDir("/b?r", false);
-  EXPECT_EQ(rooted.m_Username + rooted.m_Password + rooted.m_Port + rooted.m_Query + rooted.m_Fragment, "up81r");
+  EXPECT_EQ(rooted.m_Username + rooted.m_Password + rooted.m_Port + rooted.m_Query + rooted.m_Fragment,
+            "up81r");
   // A fragment-only move touches nothing else, even where the path is odd.
   URI invalid("a/b/c");
   invalid.ChDir("../..", false);
@@ -213,7 +215,8 @@ TEST(ChDir, LongRunsOfDotSegments) {
   std::string deepText = "http://host";
   for (int i = 0; i < 10000; ++i) deepText += "/d";
   EXPECT_EQ(URI(deepText).GetCommonParent(URI("http://other/x"), true).ToString(false), "http://host/");
-  EXPECT_EQ(URI(deepText + "/e/f").GetCommonParent(URI(deepText + "/g"), true).ToString(false), deepText + "/");
+  EXPECT_EQ(URI(deepText + "/e/f").GetCommonParent(URI(deepText + "/g"), true).ToString(false),
+            deepText + "/");
   std::vector<std::string> segments;
   URI::SplitPath(up + std::string(100000, '/') + "x", segments);
   EXPECT_EQ(segments.size(), 10001u);
@@ -299,18 +302,26 @@ TEST(Resolver, ConsultedByRelationAndCommonParentOnly) {
     int calls;
   } rows[] = {
       // Each operand once, relative ones before the test that refuses them.
-      {[] { return RelationName(URI("http://alias/a").GetRelation(URI("http://host/a/b"), true)); }, "parent", 2},
+      {[] { return RelationName(URI("http://alias/a").GetRelation(URI("http://host/a/b"), true)); }, "parent",
+       2},
       {[] { return RelationName(URI("a").GetRelation(URI("a"), true)); }, "none", 2},
       // By text: once there, once more inside GetRelation.
-      {[] { return RelationName(URI::GetRelationByString("http://host/a/b", "http://alias/a")); }, "child", 4},
+      {[] { return RelationName(URI::GetRelationByString("http://host/a/b", "http://alias/a")); }, "child",
+       4},
       // Both operands, then both again at each GetRelation: /a/b/ against
       // /a/d/ (none), climb, /a/ against /a/d/ (parent).
-      {[] { return URI("http://alias/a/b/c.html").GetCommonParent(URI("http://host/a/d/e.html"), true).ToString(false); },
+      {[] {
+         return URI("http://alias/a/b/c.html")
+             .GetCommonParent(URI("http://host/a/d/e.html"), true)
+             .ToString(false);
+       },
        "http://host/a/", 2 + 2 * 2},
       {[] { return URI("a/b").GetCommonParent(URI("http://alias/"), true).ToString(false); }, "unknown:", 2},
       // Both once, then GetCommonParent on the object and a fresh parse of
       // the second text; one GetRelation answers at once (same).
-      {[] { return URI::GetCommonParentByString("http://alias/a/", "http://host/a/x", true).ToString(false); },
+      {[] {
+         return URI::GetCommonParentByString("http://alias/a/", "http://host/a/x", true).ToString(false);
+       },
        "http://host/a/", 2 + 2 + 2 * 1},
       // Making absolute or relative, and moving, never consult it.
       {[] {
@@ -332,7 +343,8 @@ TEST(Resolver, ConsultedByRelationAndCommonParentOnly) {
   EXPECT_EQ(URI("http://alias/zzz").GetRelation(URI("http://host/a"), true), Vesk::URIRelationSame);
   EXPECT_EQ(URI("http://lost/a").GetRelation(URI("http://lost/a"), true), Vesk::URIRelationNone);
   EXPECT_EQ(URI("http://lost/a").GetCommonParent(URI("http://host/a"), true).ToString(false), "unknown:");
-  EXPECT_EQ(URI("http://alias/q/r").GetCommonParent(URI("http://host/a/b"), true).ToString(false), "http://host/");
+  EXPECT_EQ(URI("http://alias/q/r").GetCommonParent(URI("http://host/a/b"), true).ToString(false),
+            "http://host/");
 }
 
 }  // namespace
