@@ -208,8 +208,9 @@ std::string Show(const Call& c) {
 }
 
 // Every set that ICU offers under an internet name and that has single-byte
-// characters: with the table and with ICU alone, every byte and every UTF-16
-// unit, amid letters, gives the same units or bytes, status and counts, and a
+// characters: with the table and with ICU alone, every byte, every pair of
+// bytes with a high lead and every UTF-16 unit, amid letters, gives the same
+// units or bytes, status and counts, and a
 // text of all 256 bytes (and of the units they stand for) converted through a
 // small buffer stops at the same place with the same chunks.
 TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
@@ -247,6 +248,13 @@ TEST(ConvertText, SingleByteTablesAgreeWithICUsPath) {
       for (TextConverter* c : to) ResetConverter(c);
       ASSERT_EQ(same(to, text, 3, 32), "") << name << " byte " << byte;
       all_bytes += static_cast<char>(byte);
+    }
+    // Every pair behind a byte from 0x80 up: the lead and trail bytes of the
+    // double-byte sets.
+    for (unsigned pair = 0x8000; pair < 0x10000; ++pair) {
+      const char text[] = {'x', static_cast<char>(pair >> 8), static_cast<char>(pair), 'y'};
+      for (TextConverter* c : to) ResetConverter(c);
+      ASSERT_EQ(same(to, text, 4, 32), "") << name << " pair " << pair;
     }
     for (unsigned unit = 0; unit < 0x10000; ++unit) {
       const char16_t text[] = {u'x', static_cast<char16_t>(unit), u'y'};

@@ -11,8 +11,10 @@ namespace Platform {
 
 namespace {
 
-// A page of units that no byte stands for, shared by every table.
+// Empty pages shared by every table: of units that no byte stands for, and of
+// a lead byte that begins no pair the table holds.
 const std::uint32_t kNoPage[256] = {};
+const std::uint16_t kNoLeadPage[256] = {};
 
 struct Tables {
   std::mutex lock;
@@ -24,6 +26,29 @@ Tables& TheTables() {
   // handlers have disposed of them.
   static Tables* tables = new Tables;
   return *tables;
+}
+
+// The page in `slot`, built under `lock` the first time it is asked for: an
+// entry from `probe` for each of the 256 places, or the shared empty page
+// `none` when no place has one (0 marks no entry).
+template <typename Entry, typename Probe>
+const Entry* BuildOnce(std::mutex& lock, std::atomic<const Entry*>& slot, const Entry* none, Probe probe) {
+  std::lock_guard<std::mutex> hold(lock);
+  const Entry* built = slot.load(std::memory_order_acquire);
+  if (built != nullptr) return built;
+  auto* entries = new Entry[256]();
+  bool any = false;
+  for (unsigned place = 0; place < 256; ++place) {
+    entries[place] = probe(place);
+    any = any || entries[place] != 0;
+  }
+  built = entries;
+  if (!any) {
+    delete[] entries;
+    built = none;
+  }
+  slot.store(built, std::memory_order_release);
+  return built;
 }
 
 // True when all of the eight units at `in` are below `limit` (0x80 or 0x100).
@@ -64,31 +89,35 @@ const SingleByteTable* SingleByteTable::For(const char* icu_name,
 }
 
 const std::uint32_t* SingleByteTable::BuildPage(unsigned page) const {
-  std::lock_guard<std::mutex> hold(build_lock_);
-  const std::uint32_t* built = pages_[page].load(std::memory_order_acquire);
-  if (built != nullptr) return built;
-  auto* entries = new std::uint32_t[256]();
-  bool any = false;
   // Surrogates are never single characters: ICU pairs them or stops there.
   const bool surrogates = page >= 0xD8 && page <= 0xDF;
-  for (unsigned low = 0; low < 256 && !surrogates; ++low) {
+  return BuildOnce(build_lock_, pages_[page], kNoPage, [&](unsigned low) -> std::uint32_t {
     std::uint8_t bytes[2] = {};
     int count = 0;
     bool fallback = false;
-    if (prober_->UnitToBytes(static_cast<std::uint16_t>(page << 8 | low), bytes, &count, &fallback)) {
-      entries[low] = kDirect | (fallback ? kFallback : 0) | bytes[0] |
-                     (count == 2 ? kTwoBytes | static_cast<std::uint32_t>(bytes[1]) << 8 : 0);
-      any = true;
+    if (surrogates ||
+        !prober_->UnitToBytes(static_cast<std::uint16_t>(page << 8 | low), bytes, &count, &fallback)) {
+      return 0;
     }
-  }
-  if (!any) {
-    delete[] entries;
-    built = kNoPage;
-  } else {
-    built = entries;
-  }
-  pages_[page].store(built, std::memory_order_release);
-  return built;
+    return kDirect | (fallback ? kFallback : 0) | bytes[0] |
+           (count == 2 ? kTwoBytes | static_cast<std::uint32_t>(bytes[1]) << 8 : 0);
+  });
+}
+
+const std::uint16_t* SingleByteTable::BuildLeadPage(unsigned lead) const {
+  return BuildOnce(build_lock_, lead_pages_[lead], kNoLeadPage, [&](unsigned trail) -> std::uint16_t {
+    std::uint16_t unit = 0;
+    // A pair giving U+0000 is left to ICU: 0 marks no entry.
+    if (!prober_->PairToUnit(static_cast<std::uint8_t>(lead), static_cast<std::uint8_t>(trail), &unit))
+      return 0;
+    return unit;
+  });
+}
+
+std::uint16_t SingleByteTable::PairUnit(std::uint8_t lead, std::uint8_t trail) const {
+  const std::uint16_t* page = lead_pages_[lead].load(std::memory_order_acquire);
+  if (page == nullptr) page = BuildLeadPage(lead);
+  return page[trail];
 }
 
 void SingleByteTable::ToUTF16(const std::uint8_t*& in, const std::uint8_t* in_end, char16_t*& out,
@@ -108,17 +137,16 @@ void SingleByteTable::ToUTF16(const std::uint8_t*& in, const std::uint8_t* in_en
         target += 16;
       }
     }
-    // One at a time up to the next block boundary or a byte left to ICU.
+    // One at a time up to the next block boundary or a byte that is no
+    // character on its own.
     const std::uint8_t* stop = source + std::min<std::ptrdiff_t>({in_end - source, out_end - target, 16});
-    while (source < stop) {
-      const std::uint8_t byte = *source;
-      if (!to_direct_[byte]) {
-        in = source;
-        out = target;
-        return;
-      }
-      *target++ = to_unit_[byte];
-      ++source;
+    while (source < stop && to_direct_[*source]) *target++ = to_unit_[*source++];
+    if (source < stop) {
+      // A lead byte: the pair it begins, when the table has it.
+      const std::uint16_t unit = in_end - source >= 2 ? PairUnit(source[0], source[1]) : 0;
+      if (unit == 0) break;
+      *target++ = unit;
+      source += 2;
     }
   }
   in = source;

@@ -23,6 +23,9 @@ class SingleByteProber {
   // True, and the unit, when the byte gives exactly one unit and nothing is
   // held back.
   virtual bool ByteToUnit(std::uint8_t byte, std::uint16_t* unit) = 0;
+  // True, and the unit, when the two bytes give exactly one unit (not a
+  // surrogate) and nothing is held back.
+  virtual bool PairToUnit(std::uint8_t lead, std::uint8_t trail, std::uint16_t* unit) = 0;
   // True, the bytes (*count of them) and whether a fallback mapping gave them,
   // when the unit gives one or two bytes and nothing is held back.
   virtual bool UnitToBytes(std::uint16_t unit, std::uint8_t bytes[2], int* count, bool* fallback) = 0;
@@ -37,8 +40,9 @@ class SingleByteTable {
   static const SingleByteTable* For(const char* icu_name,
                                     std::unique_ptr<SingleByteProber> (*make_prober)(const char* icu_name));
 
-  // Bytes to UTF-16 units while they are single-byte characters and the output
-  // has room; stops before the first byte that is not one.
+  // Bytes to UTF-16 units while they are characters of one byte, or of two
+  // whose lead byte is no character on its own, and the output has room;
+  // stops before the first byte that begins neither.
   void ToUTF16(const std::uint8_t*& in, const std::uint8_t* in_end, char16_t*& out,
                char16_t* out_end) const;
 
@@ -60,6 +64,9 @@ class SingleByteTable {
  private:
   explicit SingleByteTable(std::unique_ptr<SingleByteProber> prober);
   const std::uint32_t* BuildPage(unsigned page) const;
+  const std::uint16_t* BuildLeadPage(unsigned lead) const;
+  // The unit of a pair from the table, or 0 when it is left to ICU.
+  std::uint16_t PairUnit(std::uint8_t lead, std::uint8_t trail) const;
 
   // Unit side entries: the first byte, the second above it for a character of
   // two bytes (kTwoBytes), with kDirect set, and kFallback when the bytes come
@@ -78,6 +85,9 @@ class SingleByteTable {
   bool useful_ = false;
 
   mutable std::atomic<const std::uint32_t*> pages_[256] = {};
+  // Byte side, for each lead byte that is not a character itself: the unit of
+  // each trail byte, 0 for a pair left to ICU; built the first time it is met.
+  mutable std::atomic<const std::uint16_t*> lead_pages_[256] = {};
   mutable std::mutex build_lock_;
   std::unique_ptr<SingleByteProber> prober_;  // used under build_lock_
 };

@@ -149,19 +149,13 @@ class IcuProber : public SingleByteProber {
   }
 
   bool ByteToUnit(std::uint8_t byte, std::uint16_t* unit) override {
-    ucnv_resetToUnicode(to_->icu);
-    UChar out[4];
-    UChar* target = out;
-    const char* source = reinterpret_cast<const char*>(&byte);
-    UErrorCode status = U_ZERO_ERROR;
-    ucnv_toUnicode(to_->icu, &target, out + 4, &source, source + 1, nullptr, false, &status);
-    UErrorCode count_status = U_ZERO_ERROR;
-    if (U_FAILURE(status) || target - out != 1 || U16_IS_SURROGATE(out[0]) ||
-        ucnv_toUCountPending(to_->icu, &count_status) != 0) {
-      return false;
-    }
-    *unit = out[0];
-    return true;
+    const char bytes[1] = {static_cast<char>(byte)};
+    return ToOneUnit(bytes, 1, unit);
+  }
+
+  bool PairToUnit(std::uint8_t lead, std::uint8_t trail, std::uint16_t* unit) override {
+    const char bytes[2] = {static_cast<char>(lead), static_cast<char>(trail)};
+    return ToOneUnit(bytes, 2, unit);
   }
 
   bool UnitToBytes(std::uint16_t unit, std::uint8_t bytes[2], int* count, bool* fallback) override {
@@ -187,6 +181,24 @@ class IcuProber : public SingleByteProber {
   }
 
  private:
+  // True, and the unit, when the bytes give exactly one unit (not a
+  // surrogate) from the start state and nothing is held back.
+  bool ToOneUnit(const char* bytes, int count, std::uint16_t* unit) {
+    ucnv_resetToUnicode(to_->icu);
+    UChar out[4];
+    UChar* target = out;
+    const char* source = bytes;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_toUnicode(to_->icu, &target, out + 4, &source, bytes + count, nullptr, false, &status);
+    UErrorCode count_status = U_ZERO_ERROR;
+    if (U_FAILURE(status) || target - out != 1 || U16_IS_SURROGATE(out[0]) ||
+        ucnv_toUCountPending(to_->icu, &count_status) != 0) {
+      return false;
+    }
+    *unit = out[0];
+    return true;
+  }
+
   OpaqueTECObjectRef* to_;
   OpaqueTECObjectRef* from_;
 };
