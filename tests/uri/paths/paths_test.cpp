@@ -49,8 +49,9 @@ struct ResolverScope {
 const char* const kRelations[] = {"none", "child", "same", "parent"};
 std::string RelationName(URIRelation r) { return kRelations[r]; }
 
-// The path operations put results in the parser's shapes, except that an
-// emptied relative path leaves an invalid URI with its flags.
+// ChDir and GetCommonParent put results in the parser's shapes, except that
+// an emptied relative path leaves an invalid URI with its flags. Making
+// absolute or relative ends in setters, so their results are not checked.
 std::string Moved(const URI& uri) { return uri.m_IsValid ? Shaped(uri) : std::string(uri.ToString(false)); }
 
 // ChDir, and where the reference is the stored text of a relative URI also
@@ -66,7 +67,7 @@ Cells ChDirRow(const Cells& in, bool withFlags) {
   URI reference(in[1]);
   if (!escape && reference.IsRelative() && reference.ToString(false) == in[1] && !base.IsRelative()) {
     EXPECT_TRUE(reference.MakeAbsoluteURI(base));
-    EXPECT_EQ(Moved(reference) + Flags(reference), text + Flags(moved)) << "MakeAbsoluteURI";
+    EXPECT_EQ(reference.ToString(false) + Flags(reference), text + Flags(moved)) << "MakeAbsoluteURI";
   }
   if (!withFlags && in[3] == "1") {
     URI relative = moved;
@@ -74,7 +75,7 @@ Cells ChDirRow(const Cells& in, bool withFlags) {
     EXPECT_TRUE(relative.IsRelative());
     const std::string way = relative.ToString(false);
     EXPECT_TRUE(relative.MakeAbsoluteURI(base));
-    EXPECT_EQ(Moved(relative), text) << "back from " << way;
+    EXPECT_EQ(std::string(relative.ToString(false)), text) << "back from " << way;
   }
   return {Flags(moved), text};
 }
@@ -102,7 +103,7 @@ const std::map<std::string, Op> kOps = {
         const URI before = object;
         const bool ok = object.MakeAbsoluteURI(MakeURI(in[1]));
         EXPECT_TRUE(ok || Vesk::uri_internal::SameState(object, before)) << "a refusal changed the object";
-        return Cells{Bit(ok), Moved(object)};
+        return Cells{Bit(ok), object.ToString(false)};
       }}},
     {"rel",
      {3,
